@@ -1,0 +1,40 @@
+# make demo | make test | make bench | make fuzz
+# Each target installs what is missing, configures, builds and runs.
+BUILD_DIR ?= build
+BUILD_TYPE ?= Release
+CMAKE_ARGS ?=
+JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
+
+.PHONY: all deps build demo test bench fuzz clean
+
+all: build
+
+deps:
+	@sh scripts/install-deps.sh
+
+build: deps
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS)
+	cmake --build $(BUILD_DIR) -j $(JOBS)
+
+demo: build
+	@sh scripts/demo.sh $(BUILD_DIR)/tools/nqdom/nqdom
+
+test: build
+	ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
+
+bench:
+	@sh scripts/install-deps.sh libpugixml-dev libxml2-dev
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNQDOM_BUILD_TESTS=OFF -DNQDOM_BUILD_BENCH=ON
+	cmake --build build-bench -j $(JOBS)
+	sh scripts/bench.sh build-bench
+
+fuzz:
+	@sh scripts/install-deps.sh clang libclang-rt-14-dev
+	CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNQDOM_BUILD_TESTS=OFF \
+		-DNQDOM_BUILD_TOOLS=OFF -DNQDOM_FUZZ=ON
+	cmake --build build-fuzz -j $(JOBS)
+	sh scripts/fuzz.sh build-fuzz $(FUZZ_SECONDS)
+
+clean:
+	rm -rf build build-*

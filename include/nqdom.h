@@ -1,0 +1,72 @@
+// DOM Library: read, build, walk and write XML documents. The one header a
+// host includes.
+#ifndef NQDOM_H
+#define NQDOM_H
+
+#include "nqdomexport.h"
+#include "nqdomnode.h"
+#include "nqdomtemplate.h"
+#include "nqxbase.h"
+#include "nqxmltranscoder.h"
+
+class NqDomData;
+
+// Handle on one document. Copies share the document; it is freed with the
+// last copy. Failures give false, a null string or a null node handle, with
+// the text in getErrorMessage().
+class NQDOM_API NqDom {
+public:
+    NqDom();
+    NqDom(const NqDom& other);
+    NqDom& operator=(const NqDom& other);
+    ~NqDom();
+
+    // The document element; a null handle when there is no document.
+    NqDomNode getRoot() const;
+    // Text of the last failure; null until the first failure or clearing.
+    NqbString getErrorMessage() const;
+
+    // Replaces the current document by a new one with a root named `rootName`.
+    bool startNewDocument(const NqbString& rootName);
+    bool startNewDocumentNS(const NqbString& namespaceURI, const NqbString& qualifiedName);
+
+    // Parses UTF-8 (or declared-encoding) XML text without namespace processing.
+    bool loadXML(const NqbString& xmlText);
+    // Reads the file whole and parses it.
+    bool loadFile(const NqbString& fileName);
+
+    // UTF-8 XML text of `node`, or of the whole document for a null handle;
+    // pretty printing indents and ends lines with CR LF. Null string on failure.
+    NqbString createXML(bool prettyPrint, const NqDomNode& node = NqDomNode());
+    bool createFile(const NqbString& fileName, bool prettyPrint, const NqDomNode& node = NqDomNode());
+    // A deep, unattached copy of `node` owned by this document.
+    NqDomNode importNode(const NqDomNode& node);
+
+    // Compiles a template; null on failure with the text in getErrorMessage().
+    NqDomTemplate* getTemplate(const NqbString& text);
+
+private:
+    NqDomData* m_data;
+};
+
+extern "C" {
+// Initialises the XML engine: 0 on success; 1 with *errorText pointing at the
+// failure text (at most 255 bytes, in static storage).
+NQDOM_API int nqDomStartup(void* reserved, char** errorText);
+// Terminates the XML engine; every handle, template and serializer must be gone.
+NQDOM_API void nqDomShutdown();
+// A new object for `interfaceName`; only "NqbConfSerializer" is known. Null otherwise.
+NQDOM_API NqbConfSerializer* nqDomGetInterface(const char* interfaceName);
+
+NQDOM_API extern int nqx_build_number;
+NQDOM_API extern const char* nqx_build_info;
+NQDOM_API extern const char* nqx_build_version;
+}
+
+// The whole content of a file (up to its first 0 byte); a null string with a
+// message in *error on failure.
+NQDOM_API NqbString nqDomReadFileToString(const NqbString& fileName, NqbString* error);
+// Creates or replaces the file with `text`; false with a message in *error.
+NQDOM_API bool nqDomWriteStringToFile(const NqbString& fileName, const NqbString& text, NqbString* error);
+
+#endif

@@ -1,0 +1,28 @@
+// A compiled XML template, obtained from NqDom::getTemplate.
+#ifndef NQDOMTEMPLATE_H
+#define NQDOMTEMPLATE_H
+
+#include "nqxbase.h"
+
+// Freed with release(), never with delete.
+class NqDomTemplate {
+public:
+    // Prefix and URI of the index-th namespace of the skeleton; both null when
+    // out of range.
+    virtual void getNamespace(int index, NqbString* prefix, NqbString* uri) = 0;
+    virtual int getNamespaceCount() = 0;
+    virtual NqbString getSkeleton() = 0;
+    virtual int getVariableCount() = 0;
+    // Variables are indexed in the case-insensitive order of their names; out
+    // of range: null string and a message in *error.
+    virtual NqbString getVariableName(int index, bool* optional, NqbString* error) = 0;
+    // XPath of the variable named `name` (any letter case); null when unknown.
+    virtual NqbString getVariableXPath(const NqbString& name) = 0;
+    virtual NqbString getVariableXPath(int index, NqbString* error) = 0;
+    virtual void release() = 0;
+
+protected:
+    ~NqDomTemplate() = default;
+};
+
+#endif
