@@ -61,6 +61,9 @@ public:
     void clearAttributes();
 
 private:
+    // The document handle serializes and imports the designated DOM node.
+    friend class NqDom;
+
     void* m_node;
     NqXMLTranscoder* m_transcoder;
     bool m_isComment;

@@ -1,1 +1,111 @@
-// placeholder: being written
+// NqDom: writing XML text and files, importing nodes from other documents.
+#include <memory>
+
+#include <xercesc/dom/DOM.hpp>
+#include <xercesc/framework/MemBufFormatTarget.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#include <xercesc/util/XMLString.hpp>
+
+#include "nqdommessages.h"
+#include "nqdomxml/nqdomdata.h"
+
+using xercesc::DOMDocument;
+using xercesc::DOMException;
+using xercesc::DOMLSOutput;
+using xercesc::DOMLSSerializer;
+using xercesc::DOMNode;
+using xercesc::MemBufFormatTarget;
+using xercesc::XMLPlatformUtils;
+using xercesc::XMLString;
+
+namespace {
+
+const XMLSize_t kInitialCapacity = 1023;
+
+struct EngineRelease {
+    void operator()(DOMLSSerializer* serializer) const { serializer->release(); }
+    void operator()(DOMLSOutput* output) const { output->release(); }
+};
+using SerializerPtr = std::unique_ptr<DOMLSSerializer, EngineRelease>;
+using OutputPtr = std::unique_ptr<DOMLSOutput, EngineRelease>;
+
+struct TranscodedRelease {
+    void operator()(char* text) const { XMLString::release(&text, XMLPlatformUtils::fgMemoryManager); }
+};
+using TranscodedPtr = std::unique_ptr<char, TranscodedRelease>;
+
+DOMDocument* currentDocument(const NqDomData* data) {
+    return data->m_root ? data->m_root->getOwnerDocument() : nullptr;
+}
+
+void setPrettyPrint(NqXMLTranscoder& transcoder, DOMLSSerializer* serializer) {
+    serializer->getDomConfig()->setParameter(transcoder.fromC("format-pretty-print"), true);
+    serializer->setNewLine(transcoder.fromC("\r\n"));
+}
+
+// UTF-8 text of `target`; DOM exceptions reach the caller.
+NqbString serialize(NqDomData* data, bool prettyPrint, const DOMNode* target) {
+    NqXMLTranscoder& transcoder = data->m_transcoder;
+    OutputPtr output;  // released last, after the buffer it points at
+    const SerializerPtr serializer(
+        data->m_implementation->createLSSerializer(XMLPlatformUtils::fgMemoryManager));
+    if (prettyPrint) setPrettyPrint(transcoder, serializer.get());
+    MemBufFormatTarget buffer(kInitialCapacity, XMLPlatformUtils::fgMemoryManager);
+    output.reset(data->m_implementation->createLSOutput(XMLPlatformUtils::fgMemoryManager));
+    output->setEncoding(transcoder.fromC("UTF-8"));
+    output->setByteStream(&buffer);
+    // The result is not consulted: what reached the buffer is the text.
+    serializer->write(target, output.get());
+    NqbString text;
+    text.assign(reinterpret_cast<const char*>(buffer.getRawBuffer()), static_cast<int>(buffer.getLen()));
+    return text;
+}
+
+}  // namespace
+
+NqbString NqDom::createXML(bool prettyPrint, const NqDomNode& node) {
+    NqDomData* data = m_data;
+    // No implementation: nothing can be written, and the text of message 282 stays.
+    if (!data->m_initialised) return NqbString();
+    const DOMNode* target = node.null() ? currentDocument(data) : static_cast<const DOMNode*>(node.m_node);
+    if (!target) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_NO_DOCUMENT);
+        return NqbString();
+    }
+    try {
+        return serialize(data, prettyPrint, target);
+    } catch (const DOMException& e) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_SERIALIZE_EXCEPTION, static_cast<int>(e.code));
+        return NqbString();
+    }
+}
+
+bool NqDom::createFile(const NqbString& fileName, bool prettyPrint, const NqDomNode& node) {
+    const NqbString text = createXML(prettyPrint, node);
+    if (text.isNull()) return false;
+    NqbString writeError;
+    if (nqDomWriteStringToFile(fileName, text, &writeError)) return true;
+    m_data->m_errorMessage = writeError;
+    return false;
+}
+
+NqDomNode NqDom::importNode(const NqDomNode& node) {
+    NqDomData* data = m_data;
+    const NqDomNode none(nullptr, &data->m_transcoder);
+    if (node.null()) {
+        data->m_errorMessage.assign("Node is null");
+        return none;
+    }
+    DOMDocument* document = currentDocument(data);
+    if (!document) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_NO_DOCUMENT);
+        return none;
+    }
+    try {
+        return NqDomNode(document->importNode(static_cast<DOMNode*>(node.m_node), true), &data->m_transcoder);
+    } catch (const DOMException& e) {
+        const TranscodedPtr text(XMLString::transcode(e.getMessage(), XMLPlatformUtils::fgMemoryManager));
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_IMPORT_EXCEPTION, text ? text.get() : "");
+        return none;
+    }
+}
