@@ -1,1 +1,149 @@
-// placeholder: being written
+// NqDomNode: navigation, names and texts, building and moving nodes.
+#include <xercesc/dom/DOM.hpp>
+
+#include "nqdomnode.h"
+#include "nqdomxmlcopy.h"
+#include "nqxmltranscoder.h"
+
+using xercesc::DOMDocument;
+using xercesc::DOMElement;
+using xercesc::DOMException;
+using xercesc::DOMNode;
+
+namespace {
+
+// Elements, and comments when asked; every other kind of node is passed over.
+DOMNode* firstWalkable(DOMNode* candidate, bool includeComments) {
+    for (; candidate; candidate = candidate->getNextSibling()) {
+        const DOMNode::NodeType type = candidate->getNodeType();
+        if (type == DOMNode::ELEMENT_NODE) return candidate;
+        if (includeComments && type == DOMNode::COMMENT_NODE) return candidate;
+    }
+    return nullptr;
+}
+
+DOMNode* firstText(DOMNode* candidate) {
+    for (; candidate; candidate = candidate->getNextSibling()) {
+        if (candidate->getNodeType() == DOMNode::TEXT_NODE) return candidate;
+    }
+    return nullptr;
+}
+
+DOMElement* createElementNS(DOMDocument* document, NqXMLTranscoder* transcoder, const NqbString& namespaceURI,
+                            const NqbString& qualifiedName) {
+    const NqXmlCopy uri(transcoder->fromNqb(namespaceURI));
+    return document->createElementNS(uri.get(), transcoder->fromNqb(qualifiedName));
+}
+
+}  // namespace
+
+NqDomNode::NqDomNode() : m_node(nullptr), m_transcoder(nullptr), m_isComment(false) {}
+
+NqDomNode::NqDomNode(void* node, void* transcoder)
+    : m_node(node),
+      m_transcoder(static_cast<NqXMLTranscoder*>(transcoder)),
+      m_isComment(node && static_cast<DOMNode*>(node)->getNodeType() == DOMNode::COMMENT_NODE) {}
+
+bool NqDomNode::null() const {
+    return m_node == nullptr;
+}
+
+bool NqDomNode::isComment() const {
+    return m_isComment;
+}
+
+NqDomNode NqDomNode::getFirstChild(bool includeComments) const {
+    if (null() || m_isComment) return NqDomNode();
+    DOMNode* found = firstWalkable(static_cast<DOMNode*>(m_node)->getFirstChild(), includeComments);
+    return NqDomNode(found, m_transcoder);
+}
+
+NqDomNode NqDomNode::getNextSibling(bool includeComments) const {
+    if (null()) return NqDomNode();
+    DOMNode* found = firstWalkable(static_cast<DOMNode*>(m_node)->getNextSibling(), includeComments);
+    return NqDomNode(found, m_transcoder);
+}
+
+NqbString NqDomNode::getName() const {
+    if (null() || m_isComment) return NqbString();
+    return m_transcoder->toNqb(static_cast<DOMNode*>(m_node)->getNodeName());
+}
+
+NqbString NqDomNode::getValue(bool allTexts) const {
+    if (null()) return NqbString();
+    DOMNode* node = static_cast<DOMNode*>(m_node);
+    if (m_isComment) return m_transcoder->toNqb(node->getNodeValue());
+
+    DOMNode* text = firstText(node->getFirstChild());
+    if (!text) return NqbString();
+    NqbString value = m_transcoder->toNqb(text->getNodeValue());
+    if (!allTexts) return value;
+    for (text = firstText(text->getNextSibling()); text; text = firstText(text->getNextSibling())) {
+        if (value.length() != 0) value.append(" ");
+        value.append(m_transcoder->toNqb(text->getNodeValue()));
+    }
+    return value;
+}
+
+void NqDomNode::setValue(const NqbString& text) {
+    if (null() || m_isComment) return;
+    DOMNode* node = static_cast<DOMNode*>(m_node);
+    DOMDocument* document = node->getOwnerDocument();
+    if (!document) return;
+
+    // Removed text nodes stay with the document and are freed with it.
+    DOMNode* child = node->getFirstChild();
+    while (child) {
+        DOMNode* next = child->getNextSibling();
+        if (child->getNodeType() == DOMNode::TEXT_NODE) node->removeChild(child);
+        child = next;
+    }
+    node->appendChild(document->createTextNode(m_transcoder->fromNqb(text)));
+}
+
+NqDomNode NqDomNode::addChild(const NqbString& name) {
+    if (null() || m_isComment) return NqDomNode(nullptr, m_transcoder);
+    DOMNode* node = static_cast<DOMNode*>(m_node);
+    DOMDocument* document = node->getOwnerDocument();
+    if (!document) return NqDomNode(nullptr, m_transcoder);
+
+    DOMNode* element = document->createElement(m_transcoder->fromNqb(name));
+    if (element) node->appendChild(element);
+    return NqDomNode(element, m_transcoder);
+}
+
+NqDomNode NqDomNode::addChildNS(const NqbString& namespaceURI, const NqbString& qualifiedName) {
+    if (null() || m_isComment) return NqDomNode(nullptr, m_transcoder);
+    DOMNode* node = static_cast<DOMNode*>(m_node);
+    DOMDocument* document = node->getOwnerDocument();
+    if (!document) return NqDomNode(nullptr, m_transcoder);
+
+    DOMNode* element = createElementNS(document, m_transcoder, namespaceURI, qualifiedName);
+    if (element) node->appendChild(element);
+    return NqDomNode(element, m_transcoder);
+}
+
+NqDomNode NqDomNode::addChild(const NqDomNode& child) {
+    if (null() || m_isComment || child.null()) return NqDomNode(nullptr, m_transcoder);
+    // The engine checks the ancestors of this node but not the node itself,
+    // and would detach it and make it its own child.
+    if (child.m_node == m_node) return NqDomNode(nullptr, m_transcoder);
+    try {
+        // A node that already has a parent is moved.
+        static_cast<DOMNode*>(m_node)->appendChild(static_cast<DOMNode*>(child.m_node));
+    } catch (const DOMException&) {
+        // Wrong document, own ancestor, read-only parent: the DOM checks
+        // before it changes anything.
+        return NqDomNode(nullptr, m_transcoder);
+    }
+    return child;
+}
+
+void NqDomNode::remove() {
+    if (null()) return;
+    DOMNode* node = static_cast<DOMNode*>(m_node);
+    // The removed node stays with the document and is freed with it.
+    DOMNode* parent = node->getParentNode();
+    if (parent) parent->removeChild(node);
+    m_node = nullptr;
+}
