@@ -38,7 +38,13 @@ public:
 
 private:
     bool makeTranscoder();
-    bool growUtf16(std::uint32_t capacity);
+    void growUtf8();
+    void growUtf16();
+    // Fills m_utf16Buffer from `count` UTF-8 bytes, growing it as needed. Text
+    // that is not valid UTF-8 sets *malformed, or raises when it is null.
+    void decode(const char* bytes, std::uint32_t count, bool* malformed);
+    // One engine call into the current buffers; the bytes eaten. With `failed`
+    // given, any exception is caught and reported there.
     std::uint32_t transcodeFrom(const char* bytes, std::uint32_t count, bool* failed);
 
     XMLByte* m_utf8Buffer;

@@ -1,1 +1,233 @@
-// placeholder: being written
+// UTF-8 <-> UTF-16 conversion: growth, empty texts, buffer reuse, characters
+// outside the BMP, and text that is not valid UTF-8.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <string>
+
+#include <xercesc/util/XMLException.hpp>
+
+#include "alloc_hook.h"
+#include "nqdom.h"
+
+XERCES_CPP_NAMESPACE_USE
+
+namespace {
+
+const std::u16string kMarker = u"!INVALIDUTF8STR!";
+
+// Ends the process if a conversion loops instead of returning.
+class Watchdog {
+public:
+    Watchdog() { alarm(10); }
+    ~Watchdog() { alarm(0); }
+};
+
+std::u16string utf16(const XMLCh* text) {
+    return text == nullptr ? u"<null>" : std::u16string(text);
+}
+
+std::string repeat(const std::string& unit, int times) {
+    std::string result;
+    for (int i = 0; i < times; ++i) result += unit;
+    return result;
+}
+
+TEST(TranscoderGrowth, ToNqbDoublesTwiceFor600BytesAndKeepsTheSize) {
+    NqXMLTranscoder transcoder;
+    const std::u16string text(300, u'\u00E9');
+    const NqbString result = transcoder.toNqb(text.c_str());
+    EXPECT_EQ(std::string(result.asCstr()), repeat("\xC3\xA9", 300));
+    EXPECT_EQ(transcoder.utf8Size(), 1024u);
+
+    EXPECT_STREQ(transcoder.toNqb(u"x").asCstr(), "x");
+    EXPECT_EQ(transcoder.utf8Size(), 1024u);
+    EXPECT_EQ(transcoder.utf16Capacity(), 256u);
+}
+
+// The terminator counts: 255 characters fit 256 units, 256 do not.
+TEST(TranscoderGrowth, FromNqbCapacityFollowsTheTextLength) {
+    const struct {
+        int length;
+        std::uint32_t capacity;
+    } rows[] = {{255, 256}, {256, 512}, {300, 512}, {511, 512}, {512, 1024}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.length);
+        NqXMLTranscoder transcoder;
+        const std::string text(row.length, 'q');
+        EXPECT_EQ(utf16(transcoder.fromNqb(NqbString(text.c_str()))), std::u16string(row.length, u'q'));
+        EXPECT_EQ(transcoder.utf16Capacity(), row.capacity);
+
+        EXPECT_EQ(utf16(transcoder.fromNqb(NqbString("short"))), u"short");
+        EXPECT_EQ(transcoder.utf16Capacity(), row.capacity);
+        EXPECT_EQ(transcoder.utf8Size(), 256u);
+    }
+}
+
+TEST(TranscoderGrowth, FromCGrowsLikeFromNqb) {
+    NqXMLTranscoder transcoder;
+    const std::string text(700, 'c');
+    EXPECT_EQ(utf16(transcoder.fromC(text.c_str())), std::u16string(700, u'c'));
+    EXPECT_EQ(transcoder.utf16Capacity(), 1024u);
+}
+
+TEST(TranscoderEmpty, EmptyTextsConvertToEmptyTexts) {
+    NqXMLTranscoder transcoder;
+    const NqbString fromEmpty = transcoder.toNqb(u"");
+    EXPECT_FALSE(fromEmpty.isNull());
+    EXPECT_EQ(fromEmpty.length(), 0);
+    const NqbString fromNull = transcoder.toNqb(nullptr);
+    EXPECT_FALSE(fromNull.isNull());
+    EXPECT_EQ(fromNull.length(), 0);
+
+    EXPECT_EQ(utf16(transcoder.fromNqb(NqbString(""))), u"");
+    EXPECT_EQ(utf16(transcoder.fromNqb(NqbString())), u"");
+    EXPECT_EQ(utf16(transcoder.fromC("")), u"");
+}
+
+TEST(TranscoderRoundTrip, BothDirections) {
+    const struct {
+        const char* utf8;
+        const char16_t* utf16;
+    } rows[] = {
+        {"plain ASCII", u"plain ASCII"},
+        {"caf\xC3\xA9", u"caf\u00E9"},
+        {"\xE2\x82\xAC 5", u"\u20AC 5"},
+        {"\xF0\x9F\x98\x80", u"\U0001F600"},
+        {"a\xF0\x9F\x98\x80z\xF4\x8F\xBF\xBF", u"a\U0001F600z\U0010FFFF"},
+    };
+    NqXMLTranscoder transcoder;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.utf8);
+        EXPECT_EQ(utf16(transcoder.fromNqb(NqbString(row.utf8))), row.utf16);
+        EXPECT_EQ(utf16(transcoder.fromC(row.utf8)), row.utf16);
+        EXPECT_EQ(std::string(transcoder.toNqb(row.utf16).asCstr()), row.utf8);
+    }
+}
+
+TEST(TranscoderBuffer, ResultsShareOneBufferUntilItGrows) {
+    NqXMLTranscoder transcoder;
+    XMLCh* first = transcoder.fromNqb(NqbString("first"));
+    XMLCh* second = transcoder.fromNqb(NqbString("second"));
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(utf16(first), u"second");
+    EXPECT_EQ(transcoder.fromC("third"), first);
+
+    // toNqb writes elsewhere.
+    EXPECT_STREQ(transcoder.toNqb(u"other").asCstr(), "other");
+    EXPECT_EQ(utf16(first), u"third");
+}
+
+// A trailing lone high surrogate makes the engine write no terminator; the
+// result must not pick up bytes of an earlier, longer conversion.
+TEST(TranscoderBuffer, LoneSurrogateDoesNotReadStaleBytes) {
+    NqXMLTranscoder transcoder;
+    const std::u16string filler(200, u'z');
+    transcoder.toNqb(filler.c_str());
+    const XMLCh lone[] = {0xD800, 0};
+    const NqbString result = transcoder.toNqb(lone);
+    EXPECT_FALSE(result.isNull());
+    EXPECT_LE(result.length(), 3);
+    EXPECT_EQ(std::string(result.asCstr()).find('z'), std::string::npos);
+}
+
+struct MalformedRow {
+    const char* name;
+    std::string bytes;
+    std::uint32_t capacityAfter;
+};
+
+const MalformedRow kMalformed[] = {
+    {"4-byte sequence cut short", "ab\xF0\x9F", 256},
+    {"byte 0xFF",
+     "ab\xFF"
+     "cd",
+     256},
+    {"Latin-1 at the end", "caf\xE9", 256},
+    {"2-byte sequence cut by the end", "a\xC3", 256},
+    {"lone continuation byte", "a\x80z", 256},
+    {"overlong NUL", "\xC0\x80", 256},
+    {"overlong 3-byte slash", "\xE0\x80\xAF", 256},
+    {"encoded surrogate", "\xED\xA0\x80", 256},
+    {"above U+10FFFF", "\xF4\x90\x80\x80", 256},
+    {"Latin-1 inside", "\xE9t\xE9", 256},
+    {"0xFF past 256 bytes", std::string(300, 'a') + "\xFF", 512},
+    {"cut sequence past 600 bytes", std::string(600, 'a') + "\xE2\x82", 1024},
+};
+
+TEST(TranscoderMalformed, FromNqbGivesTheMarkerAtOnce) {
+    for (const MalformedRow& row : kMalformed) {
+        SCOPED_TRACE(row.name);
+        NqXMLTranscoder transcoder;
+        Watchdog watchdog;
+        XMLCh* result = transcoder.fromNqb(NqbString(row.bytes.c_str()));
+        EXPECT_EQ(utf16(result), kMarker);
+        EXPECT_EQ(transcoder.utf16Capacity(), row.capacityAfter);
+
+        // The marker went into the current buffer, which still serves.
+        EXPECT_EQ(transcoder.fromNqb(NqbString("ok")), result);
+        EXPECT_EQ(utf16(result), u"ok");
+    }
+}
+
+TEST(TranscoderMalformed, FromCRaisesTheEngineException) {
+    for (const MalformedRow& row : kMalformed) {
+        SCOPED_TRACE(row.name);
+        NqXMLTranscoder transcoder;
+        Watchdog watchdog;
+        EXPECT_THROW(transcoder.fromC(row.bytes.c_str()), XMLException);
+        EXPECT_EQ(utf16(transcoder.fromC("ok")), u"ok");
+    }
+}
+
+TEST(TranscoderMalformed, DocumentValueBecomesTheMarker) {
+    NqDom dom;
+    ASSERT_TRUE(dom.loadXML(NqbString("<a/>")));
+    NqDomNode root = dom.getRoot();
+    ASSERT_FALSE(root.null());
+    Watchdog watchdog;
+    root.setValue(NqbString("caf\xE9"));
+    EXPECT_STREQ(root.getValue(false).asCstr(), "!INVALIDUTF8STR!");
+}
+
+class CountAllocations {
+public:
+    CountAllocations() : m_start(allocationCount()) {}
+    long count() const { return allocationCount() - m_start; }
+
+private:
+    long m_start;
+};
+
+TEST(TranscoderAllocation, ConstructionAllocatesNothing) {
+    CountAllocations counter;
+    NqXMLTranscoder transcoder;
+    EXPECT_EQ(counter.count(), 0);
+}
+
+TEST(TranscoderAllocation, SteadyStateAllocatesNothing) {
+    NqXMLTranscoder transcoder;
+    const NqbString longText(std::string(400, 'w').c_str());
+    const NqbString shortText("caf\xC3\xA9");
+    const std::u16string longUtf16(300, u'\u00E9');
+    transcoder.fromNqb(longText);
+    transcoder.toNqb(longUtf16.c_str());
+
+    CountAllocations counter;
+    for (int i = 0; i < 10; ++i) {
+        transcoder.fromNqb(longText);
+        transcoder.fromNqb(shortText);
+        transcoder.fromC("format-pretty-print");
+        transcoder.fromC("\xF0\x9F\x98\x80");
+        // Results this short live inside the string, so any allocation would
+        // be the transcoder's own.
+        transcoder.toNqb(u"UTF-8");
+        transcoder.toNqb(u"\U0001F600");
+    }
+    EXPECT_EQ(counter.count(), 0);
+    EXPECT_EQ(transcoder.utf8Size(), 1024u);
+    EXPECT_EQ(transcoder.utf16Capacity(), 512u);
+}
+
+}  // namespace
