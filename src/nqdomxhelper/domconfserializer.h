@@ -27,6 +27,9 @@ public:
     void release() override;
 
 private:
+    void readEntries(const NqDomNode& entries);
+    void readEntry(const NqDomNode& entry);
+
     std::list<Entry> m_entries;
     std::list<Entry>::iterator m_cursor;
     NqbString m_errorMessage;
