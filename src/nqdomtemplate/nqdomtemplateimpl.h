@@ -3,6 +3,7 @@
 #define NQDOMTEMPLATEIMPL_H
 
 #include <map>
+#include <memory>
 
 #include "nqdom.h"
 #include "nqxlog.h"
@@ -11,6 +12,12 @@ struct NqDomTemplateVariable {
     NqbString xpath;
     bool optional;
 };
+
+// Releases a basic template of the base library when its holder goes.
+struct NqBasicTemplateRelease {
+    void operator()(NqbBasicTemplate* basic) const { basic->release(); }
+};
+using NqBasicTemplatePtr = std::unique_ptr<NqbBasicTemplate, NqBasicTemplateRelease>;
 
 class NqDomTemplateImpl : public NqDomTemplate {
 public:
@@ -39,6 +46,17 @@ private:
                           NqbString* error);
     NqbString resolveName(const NqbString& name, bool isAttribute, NqbString* uri);
     bool patchUpElement(NqDom target, NqDomNode* parent, NqDomNode source, NqbString* error);
+
+    // Steps of the compilation, kept out of the recursive frames.
+    bool storeSkeletonAndCheck(NqbBasicTemplate* basic, const NqDomNode& root, NqbString* error);
+    bool declareNamespaces(const NqDomNode& source, NqbString* error);
+    bool createElement(NqDom& target, NqDomNode* parent, const NqbString& name, const NqbString& uri,
+                       NqDomNode* created, NqbString* error);
+    bool writeDeclarations(const NqDom& target, int firstNew, const NqbString& elementName,
+                           const NqbString& elementUri, NqDomNode* element, NqbString* error);
+    bool copyAttributes(const NqDom& target, const NqDomNode& source, NqDomNode* element, NqbString* error);
+    // "xmlns" or "xmlns:" followed by a prefix, compared case-sensitively.
+    static bool isNamespaceDeclaration(const NqbString& attributeName);
 
     NqLogger_* m_logger;
     int m_namespaceCount;

@@ -1,1 +1,127 @@
-// placeholder: being written
+// Compilation when no-throw allocations fail: every failure gives a null
+// template and message 444, nothing leaks and nothing crashes.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <new>
+#include <string>
+
+#include "nqdom.h"
+#include "nqdommessages.h"
+
+namespace {
+
+// When armed, the no-throw allocation numbered g_failAt (from 1) fails.
+long g_failAt = 0;
+long g_calls = 0;
+bool g_failed = false;
+
+void* allocate(std::size_t size, bool array) noexcept {
+    if (g_failAt > 0 && ++g_calls == g_failAt) {
+        g_failed = true;
+        return nullptr;
+    }
+    // The throwing forms underneath keep new/delete pairs matched for the
+    // sanitizers and valgrind.
+    try {
+        return array ? ::operator new[](size) : ::operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size, false);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return allocate(size, true);
+}
+
+namespace {
+
+// Twelve namespaces on the root grow the table and scope arrays past their
+// first ten slots; a redeclared prefix, comments, an optional subtree and
+// long texts reach the other allocations.
+std::string richTemplate() {
+    std::string text = "<r xmlns=\"urn:default-namespace-of-the-allocation-test\"";
+    for (int i = 0; i < 11; ++i) {
+        text +=
+            " xmlns:n" + std::to_string(i) + "=\"urn:allocation-test:namespace:" + std::to_string(i) + "\"";
+    }
+    text +=
+        " id=\"${id}\">\r\n"
+        "  <n0:head n1:lang=\"${language}\">A title long enough to live on the heap: ${title}</n0:head>\r\n"
+        "  <!-- Optional: the body may be left out -->\r\n"
+        "  <n2:body "
+        "xmlns:n2=\"urn:allocation-test:other\"><n2:p>${paragraph?}</n2:p><n2:p>${second}</n2:p></"
+        "n2:body>\r\n"
+        "  <tail xmlns=\"urn:a-second-default\"><deep><deeper n10:attr=\"${attribute}\"/></deep></tail>\r\n"
+        "</r>";
+    return text;
+}
+
+struct Attempt {
+    NqDomTemplate* tpl;
+    NqbString error;
+    bool failedOne;
+};
+
+Attempt compileFailingAt(const std::string& text, long n) {
+    NqDom dom;
+    NqbString input(text.c_str());
+    g_calls = 0;
+    g_failed = false;
+    g_failAt = n;
+    NqDomTemplate* tpl = dom.getTemplate(input);
+    g_failAt = 0;
+    return Attempt{tpl, dom.getErrorMessage(), g_failed};
+}
+
+// A tool such as valgrind may put its own operator new in place of ours.
+bool injectionWorks() {
+    g_calls = 0;
+    g_failAt = 1;
+    void* (*volatile allocateOne)(std::size_t, const std::nothrow_t&) noexcept = &::operator new;
+    void* probe = allocateOne(1, std::nothrow);
+    g_failAt = 0;
+    ::operator delete(probe);
+    return probe == nullptr;
+}
+
+TEST(TemplateAllocTest, EveryFailedNoThrowAllocationGives444) {
+    if (!injectionWorks()) GTEST_SKIP() << "the no-throw operator new of this test is not in use";
+    const std::string text = richTemplate();
+    const NqbString noMemory = nqb_get_message("", 0, NQ_CATALOGUE_LIBXML, NQ_MSG_NO_MEMORY);
+
+    NqDom reference;
+    NqDomTemplate* expected = reference.getTemplate(NqbString(text.c_str()));
+    ASSERT_NE(expected, nullptr) << reference.getErrorMessage().asCstr();
+    ASSERT_EQ(expected->getNamespaceCount(), 14);
+    ASSERT_EQ(expected->getVariableCount(), 6);
+
+    long n = 1;
+    for (;; ++n) {
+        Attempt attempt = compileFailingAt(text, n);
+        if (!attempt.failedOne) {
+            // Fewer allocations than n: the compilation ran unhindered.
+            ASSERT_NE(attempt.tpl, nullptr) << attempt.error.asCstr();
+            EXPECT_STREQ(attempt.tpl->getSkeleton().asCstr(), expected->getSkeleton().asCstr());
+            EXPECT_EQ(attempt.tpl->getVariableCount(), expected->getVariableCount());
+            EXPECT_EQ(attempt.tpl->getNamespaceCount(), expected->getNamespaceCount());
+            attempt.tpl->release();
+            break;
+        }
+        EXPECT_EQ(attempt.tpl, nullptr) << "allocation " << n;
+        if (attempt.tpl) attempt.tpl->release();
+        EXPECT_STREQ(attempt.error.asCstr(), noMemory.asCstr()) << "allocation " << n;
+    }
+    ::testing::Test::RecordProperty("allocations", static_cast<int>(n - 1));
+    // At least the object, both array pairs grown twice, six records and
+    // nine basic templates were each made to fail once.
+    EXPECT_GT(n, 1 + 8 + 6 + 9);
+    expected->release();
+}
+
+}  // namespace
