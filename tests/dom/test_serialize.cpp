@@ -257,7 +257,7 @@ TEST(Import, EngineRefusalGivesMessageText) {
 
     NqDom dom;
     ASSERT_TRUE(dom.startNewDocument("t"));
-    EXPECT_TRUE(dom.importNode(NqDomNode(foreign, nullptr)).null());
+    EXPECT_TRUE(dom.importNode(NqDomNode(static_cast<xercesc::DOMNode*>(foreign), nullptr)).null());
     EXPECT_EQ(text(dom.getErrorMessage()),
               text(NQ_LIBXML_MESSAGE(NQ_MSG_IMPORT_EXCEPTION, engineText.c_str())));
     foreign->release();
