@@ -12,19 +12,10 @@
 
 #include "nqsfio.h"
 
-namespace {
-
-const std::int64_t kNoLength = -2;
-
-struct Faults {
-    std::int64_t endSeekLength = kNoLength;
-    std::string shrinkPath;
-    long shrinkSize = 0;
-    int writeLimit = -1;
-};
-
-Faults g_faults;
+FileFaults g_fileFaults;
 int g_openHandles = 0;
+
+namespace {
 
 template <typename Function>
 Function real(const char* name) {
@@ -38,27 +29,6 @@ Function real(const char* name) {
 
 }  // namespace
 
-void armEndSeek(std::int64_t length) {
-    g_faults.endSeekLength = length;
-}
-
-void armShrinkBeforeRead(const std::string& path, long size) {
-    g_faults.shrinkPath = path;
-    g_faults.shrinkSize = size;
-}
-
-void armWriteLimit(int bytes) {
-    g_faults.writeLimit = bytes;
-}
-
-void clearFileFaults() {
-    g_faults = Faults();
-}
-
-int openHandleCount() {
-    return g_openHandles;
-}
-
 extern "C" {
 
 int np_fio_open(const char* path, int mode, NpFioHandle* handle) {
@@ -71,13 +41,14 @@ int np_fio_open(const char* path, int mode, NpFioHandle* handle) {
 std::int64_t np_fio_seek(NpFioHandle handle, std::int64_t offset, int origin) {
     static const auto realSeek = real<std::int64_t (*)(NpFioHandle, std::int64_t, int)>("np_fio_seek");
     const std::int64_t position = realSeek(handle, offset, origin);
-    if (origin == NP_FIO_SEEK_END && g_faults.endSeekLength != kNoLength) return g_faults.endSeekLength;
+    if (origin == NP_FIO_SEEK_END && g_fileFaults.endSeekLength != -2) return g_fileFaults.endSeekLength;
     return position;
 }
 
 int np_fio_getb(NpFioHandle handle, void* buffer, int count) {
     static const auto realGetb = real<int (*)(NpFioHandle, void*, int)>("np_fio_getb");
-    if (!g_faults.shrinkPath.empty() && truncate(g_faults.shrinkPath.c_str(), g_faults.shrinkSize) != 0) {
+    const FileFaults& faults = g_fileFaults;
+    if (!faults.shrinkPath.empty() && truncate(faults.shrinkPath.c_str(), faults.shrinkSize) != 0) {
         std::perror("fake_nqsfio: truncate");
         std::abort();
     }
@@ -86,7 +57,7 @@ int np_fio_getb(NpFioHandle handle, void* buffer, int count) {
 
 int np_fio_putb(NpFioHandle handle, const void* buffer, int count) {
     static const auto realPutb = real<int (*)(NpFioHandle, const void*, int)>("np_fio_putb");
-    if (g_faults.writeLimit >= 0) count = std::min(count, g_faults.writeLimit);
+    if (g_fileFaults.writeLimit >= 0) count = std::min(count, g_fileFaults.writeLimit);
     return realPutb(handle, buffer, count);
 }
 

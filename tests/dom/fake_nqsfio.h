@@ -6,16 +6,20 @@
 #include <cstdint>
 #include <string>
 
-// The seek to the end reports `length` instead of the file's length.
-void armEndSeek(std::int64_t length);
-// `path` is cut to `size` bytes just before the next block read, as if
-// another process shrank it after its length was taken.
-void armShrinkBeforeRead(const std::string& path, long size);
-// Block writes move at most `bytes` bytes.
-void armWriteLimit(int bytes);
-void clearFileFaults();
+struct FileFaults {
+    // The seek to the end reports this instead of the file's length; -2: no fault.
+    std::int64_t endSeekLength = -2;
+    // Cut to shrinkSize bytes just before each block read, as if another
+    // process shrank the file after its length was taken.
+    std::string shrinkPath;
+    long shrinkSize = 0;
+    // Block writes move at most this many bytes; -1: no limit.
+    int writeLimit = -1;
+};
 
+// The faults in force; FileFaults() clears them.
+extern FileFaults g_fileFaults;
 // Handles opened and not yet closed.
-int openHandleCount();
+extern int g_openHandles;
 
 #endif

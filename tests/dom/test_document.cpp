@@ -9,8 +9,7 @@
 #include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-#include "nqdom.h"
-#include "nqdommessages.h"
+#include "dom_test_util.h"
 
 using xercesc::DOMException;
 using xercesc::MemoryManager;
@@ -18,18 +17,12 @@ using xercesc::XMLPlatformUtils;
 
 namespace {
 
-std::string text(const NqbString& s) {
-    return s.asCstr();
-}
+const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>";
 
 // Counts the engine blocks allocated while it is installed and not yet freed,
 // so that a test can tell whether documents and parsers were released.
 class CountingMemoryManager : public MemoryManager {
 public:
-    void start(MemoryManager* base) {
-        m_base = base;
-        m_live.clear();
-    }
     MemoryManager* getExceptionMemoryManager() override { return m_base->getExceptionMemoryManager(); }
     void* allocate(XMLSize_t size) override {
         void* block = m_base->allocate(size);
@@ -40,225 +33,156 @@ public:
         m_live.erase(block);
         m_base->deallocate(block);
     }
-    size_t live() const { return m_live.size(); }
 
-private:
     MemoryManager* m_base = nullptr;
     std::set<void*> m_live;
 };
 
-// Engine objects remember the manager that made them, so the counter lives as
-// long as the process.
-CountingMemoryManager& counter() {
-    static CountingMemoryManager instance;
-    return instance;
-}
-
 class DocumentMemoryTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        warmUp();
-        m_original = XMLPlatformUtils::fgMemoryManager;
-        counter().start(m_original);
-        XMLPlatformUtils::fgMemoryManager = &counter();
-    }
-    void TearDown() override { XMLPlatformUtils::fgMemoryManager = m_original; }
-
-    // Engine blocks allocated since SetUp and not yet freed.
-    size_t live() const { return counter().live(); }
-
-private:
-    // The engine makes some process-wide objects on first use; make them
-    // before counting starts.
-    static void warmUp() {
+        // The engine makes some process-wide objects on first use; make them
+        // before counting starts.
         NqDom dom;
         dom.loadXML("<w><x/></w>");
         dom.startNewDocument("w");
         dom.createXML(true);
+        counter().m_base = XMLPlatformUtils::fgMemoryManager;
+        counter().m_live.clear();
+        XMLPlatformUtils::fgMemoryManager = &counter();
     }
+    void TearDown() override { XMLPlatformUtils::fgMemoryManager = counter().m_base; }
 
-    MemoryManager* m_original = nullptr;
+    // Engine blocks allocated since SetUp and not yet freed.
+    size_t live() const { return counter().m_live.size(); }
+
+private:
+    // Engine objects remember the manager that made them, so the counter
+    // lives as long as the process.
+    static CountingMemoryManager& counter() {
+        static CountingMemoryManager instance;
+        return instance;
+    }
 };
 
-}  // namespace
-
-TEST(DocumentHandle, DefaultHandleHasNoRootAndNoError) {
-    NqDom dom;
-    EXPECT_TRUE(dom.getRoot().null());
-    EXPECT_TRUE(dom.getErrorMessage().isNull());
+// Each start follows a success and an error. Success gives the root and an
+// empty error text; failure drops the previous document and gives message 342
+// with the engine's code.
+TEST(DocumentHandle, StartNewDocument) {
+    const std::string badName = "<null> | " + libxml(NQ_MSG_CREATE_EXCEPTION, DOMException::NAMESPACE_ERR);
+    const std::string badCharacter =
+        "<null> | " + libxml(NQ_MSG_CREATE_EXCEPTION, DOMException::INVALID_CHARACTER_ERR);
+    const struct {
+        const char* uri;  // null: startNewDocument
+        const char* name;
+        std::string expected;  // root name | error text
+        std::string xml;       // the document written
+    } rows[] = {
+        {nullptr, "config", "config | ", kDeclaration + "<config/>"},
+        // The namespace survives the conversion of the qualified name.
+        {"urn:example:cfg", "cfg:root", "cfg:root | ",
+         kDeclaration + "<cfg:root xmlns:cfg=\"urn:example:cfg\"/>"},
+        {nullptr, "a b", badCharacter, "<null>"},
+        {nullptr, "", badCharacter, "<null>"},
+        {nullptr, "1a", badCharacter, "<null>"},
+        {"urn:x", "p:a b", badCharacter, "<null>"},
+        {"", "p:a", badName, "<null>"},
+        {"urn:x", "p:", badName, "<null>"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        NqDom dom;
+        EXPECT_TRUE(dom.getRoot().null());
+        EXPECT_EQ(str(dom.getErrorMessage()), "<null>");
+        ASSERT_TRUE(dom.startNewDocument("previous"));
+        dom.importNode(NqDomNode());
+        const bool made =
+            row.uri ? dom.startNewDocumentNS(row.uri, row.name) : dom.startNewDocument(row.name);
+        EXPECT_EQ(made, row.xml != "<null>");
+        EXPECT_TRUE(dom.getRoot().getFirstChild(true).null());
+        EXPECT_EQ(str(dom.getRoot().getName()) + " | " + str(dom.getErrorMessage()), row.expected);
+        EXPECT_EQ(str(dom.createXML(false)), row.xml);
+    }
 }
 
-TEST(DocumentHandle, StartNewDocumentMakesRootAndClearsError) {
-    NqDom dom;
-    ASSERT_TRUE(dom.startNewDocument("config"));
-    EXPECT_EQ(text(dom.getRoot().getName()), "config");
-    EXPECT_TRUE(dom.getRoot().getFirstChild(true).null());
-    EXPECT_FALSE(dom.getErrorMessage().isNull());
-    EXPECT_EQ(dom.getErrorMessage().length(), 0);
-}
-
-struct BadNewDocument {
-    const char* label;
-    const char* namespaceURI;  // null: startNewDocument without a namespace
-    const char* qualifiedName;
-    int code;
-};
-
-void PrintTo(const BadNewDocument& c, std::ostream* out) {
-    *out << c.label;
-}
-
-class DocumentBadName : public ::testing::TestWithParam<BadNewDocument> {};
-
-// A failure also drops the document that was current before; the error is
-// message 342 with the engine's code.
-TEST_P(DocumentBadName, FailsWithCreateMessage) {
-    const BadNewDocument& c = GetParam();
-    NqDom dom;
-    ASSERT_TRUE(dom.startNewDocument("previous"));
-    const bool made = c.namespaceURI ? dom.startNewDocumentNS(c.namespaceURI, c.qualifiedName)
-                                     : dom.startNewDocument(c.qualifiedName);
-    EXPECT_FALSE(made);
-    EXPECT_TRUE(dom.getRoot().null());
-    EXPECT_EQ(text(dom.getErrorMessage()), text(NQ_LIBXML_MESSAGE(NQ_MSG_CREATE_EXCEPTION, c.code)));
-    EXPECT_TRUE(dom.createXML(false).isNull());
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Names, DocumentBadName,
-    ::testing::Values(BadNewDocument{"Space", nullptr, "a b", DOMException::INVALID_CHARACTER_ERR},
-                      BadNewDocument{"Empty", nullptr, "", DOMException::INVALID_CHARACTER_ERR},
-                      BadNewDocument{"LeadingDigit", nullptr, "1a", DOMException::INVALID_CHARACTER_ERR},
-                      BadNewDocument{"NSSpace", "urn:x", "p:a b", DOMException::INVALID_CHARACTER_ERR},
-                      BadNewDocument{"PrefixWithoutURI", "", "p:a", DOMException::NAMESPACE_ERR},
-                      BadNewDocument{"EmptyLocalPart", "urn:x", "p:", DOMException::NAMESPACE_ERR}),
-    [](const ::testing::TestParamInfo<BadNewDocument>& info) { return info.param.label; });
-
-TEST(DocumentHandle, StartNewDocumentNSKeepsPrefixAndNamespace) {
-    NqDom dom;
-    ASSERT_TRUE(dom.startNewDocumentNS("urn:example:cfg", "cfg:root"));
-    EXPECT_EQ(text(dom.getRoot().getName()), "cfg:root");
-    EXPECT_EQ(dom.getErrorMessage().length(), 0);
-    EXPECT_FALSE(dom.getErrorMessage().isNull());
-    // The namespace survives the conversion of the qualified name.
-    EXPECT_EQ(text(dom.createXML(false)),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>"
-              "<cfg:root xmlns:cfg=\"urn:example:cfg\"/>");
-}
-
-TEST(DocumentHandle, SuccessfulStartClearsAnEarlierError) {
-    NqDom dom;
-    ASSERT_FALSE(dom.startNewDocument("a b"));
-    ASSERT_FALSE(dom.getErrorMessage().isNull());
-    ASSERT_TRUE(dom.startNewDocumentNS("urn:x", "x:a"));
-    EXPECT_FALSE(dom.getErrorMessage().isNull());
-    EXPECT_EQ(dom.getErrorMessage().length(), 0);
-}
-
-TEST(DocumentHandle, CopiesShareOneDocument) {
-    NqDom original;
-    NqDom copy(original);
-    ASSERT_TRUE(copy.startNewDocument("shared"));
-    EXPECT_EQ(text(original.getRoot().getName()), "shared");
-
-    original.getRoot().addChild("added");
-    EXPECT_EQ(text(copy.getRoot().getFirstChild(false).getName()), "added");
-
-    EXPECT_FALSE(original.startNewDocument("a b"));
-    EXPECT_EQ(text(copy.getErrorMessage()), text(original.getErrorMessage()));
-    EXPECT_TRUE(copy.getRoot().null());
-}
-
-TEST(DocumentHandle, CopyOutlivesTheFirstHandle) {
-    NqDom* first = new NqDom;
-    ASSERT_TRUE(first->loadXML("<a><b>t</b></a>"));
-    NqDom copy(*first);
-    delete first;
-    EXPECT_EQ(text(copy.getRoot().getName()), "a");
-    EXPECT_EQ(text(copy.getRoot().getFirstChild(false).getValue(false)), "t");
-    EXPECT_EQ(copy.getErrorMessage().length(), 0);
-    EXPECT_FALSE(copy.getErrorMessage().isNull());
-}
-
-TEST(DocumentHandle, AssignmentSharesTheOtherDocument) {
-    NqDom a;
-    ASSERT_TRUE(a.startNewDocument("a"));
-    NqDom b;
-    ASSERT_FALSE(b.startNewDocument("b b"));
-    a = b;
-    EXPECT_TRUE(a.getRoot().null());
-    EXPECT_EQ(text(a.getErrorMessage()), text(NQ_LIBXML_MESSAGE(NQ_MSG_CREATE_EXCEPTION, 5)));
-    ASSERT_TRUE(b.startNewDocument("later"));
-    EXPECT_EQ(text(a.getRoot().getName()), "later");
-}
-
-TEST_F(DocumentMemoryTest, DocumentsLiveUntilTheLastHandleGoes) {
+// Copies share one document and error text; the last one to go frees them.
+TEST_F(DocumentMemoryTest, CopiesShareOneDocumentUntilTheLastGoes) {
     {
         NqDom* first = new NqDom;
-        ASSERT_TRUE(first->loadXML("<a><b/></a>"));
         NqDom copy(*first);
+        ASSERT_TRUE(copy.loadXML("<a><b>t</b></a>"));
+        first->getRoot().addChild("added");
+        EXPECT_EQ(str(copy.getRoot().getFirstChild(false).getNextSibling(false).getName()), "added");
         const size_t loaded = live();
         ASSERT_GT(loaded, 0u);
         delete first;
         EXPECT_EQ(live(), loaded);
+        EXPECT_EQ(str(copy.getRoot().getName()), "a");
+        EXPECT_EQ(str(copy.getRoot().getFirstChild(false).getValue(false)), "t");
+        EXPECT_EQ(str(copy.getErrorMessage()), "");
     }
     EXPECT_EQ(live(), 0u);
 }
 
-TEST_F(DocumentMemoryTest, SelfAssignmentFreesNothing) {
-    NqDom dom;
-    ASSERT_TRUE(dom.startNewDocument("a"));
-    NqDom sharing(dom);
-    const size_t before = live();
-    NqDom& alias = dom;
-    dom = alias;
-    dom = sharing;
-    sharing = dom;
-    EXPECT_EQ(live(), before);
-    EXPECT_EQ(text(dom.getRoot().getName()), "a");
-    dom.getRoot().addChild("b");
-    EXPECT_EQ(text(sharing.getRoot().getFirstChild(false).getName()), "b");
-}
-
-TEST_F(DocumentMemoryTest, AssignmentFreesTheOnlyHoldersDocuments) {
+// Assigning from b frees what a alone held; a then follows b's document and
+// error text.
+TEST_F(DocumentMemoryTest, AssignmentFreesTheOnlyHoldersDocumentsAndShares) {
     NqDom b;
     ASSERT_TRUE(b.startNewDocument("b"));
     const size_t withB = live();
-    {
-        NqDom a;
-        ASSERT_TRUE(a.startNewDocument("built"));
-        ASSERT_TRUE(a.loadXML("<parsed><x/></parsed>"));
-        ASSERT_GT(live(), withB);
-        a = b;
-        EXPECT_EQ(live(), withB);
-        EXPECT_EQ(text(a.getRoot().getName()), "b");
-    }
+    NqDom a;
+    ASSERT_TRUE(a.startNewDocument("built"));
+    ASSERT_TRUE(a.loadXML("<parsed><x/></parsed>"));
+    ASSERT_GT(live(), withB);
+    a = b;
     EXPECT_EQ(live(), withB);
-    EXPECT_EQ(text(b.getRoot().getName()), "b");
+    EXPECT_EQ(str(a.getRoot().getName()), "b");
+
+    EXPECT_FALSE(b.startNewDocument("b b"));
+    EXPECT_TRUE(a.getRoot().null());
+    EXPECT_EQ(str(a.getErrorMessage()), libxml(NQ_MSG_CREATE_EXCEPTION, DOMException::INVALID_CHARACTER_ERR));
+    ASSERT_TRUE(a.startNewDocument("later"));
+    EXPECT_EQ(str(b.getRoot().getName()), "later");
 }
 
-TEST_F(DocumentMemoryTest, NewDocumentReleasesBuiltAndParsedOnes) {
+// Self-assignment, first as the only holder, then between sharers.
+TEST_F(DocumentMemoryTest, SelfAssignmentFreesNothing) {
     NqDom dom;
     ASSERT_TRUE(dom.startNewDocument("a"));
+    const size_t before = live();
+    NqDom& alias = dom;
+    dom = alias;
+    EXPECT_EQ(live(), before);
+    NqDom sharing(dom);
+    dom = sharing;
+    sharing = dom;
+    EXPECT_EQ(live(), before);
+    EXPECT_EQ(str(dom.getRoot().getName()), "a");
+    dom.getRoot().addChild("b");
+    EXPECT_EQ(str(sharing.getRoot().getFirstChild(false).getName()), "b");
+}
+
+TEST_F(DocumentMemoryTest, NewDocumentOrReloadReleasesBuiltAndParsedOnes) {
+    NqDom dom;
+    ASSERT_TRUE(dom.loadXML("<p><q/></p>"));
+    const size_t oneParse = live();
+    ASSERT_TRUE(dom.loadXML("<p><q/></p>"));
+    EXPECT_EQ(live(), oneParse);
+
+    ASSERT_TRUE(dom.startNewDocument("a"));
     const size_t oneDocument = live();
+    ASSERT_LT(oneDocument, oneParse);
     ASSERT_TRUE(dom.startNewDocument("a"));
     EXPECT_EQ(live(), oneDocument);
 
     ASSERT_TRUE(dom.loadXML("<p><q/><q/></p>"));
-    ASSERT_GT(live(), oneDocument);
     ASSERT_TRUE(dom.startNewDocument("a"));
     EXPECT_EQ(live(), oneDocument);
-    EXPECT_EQ(text(dom.getRoot().getName()), "a");
+    EXPECT_EQ(str(dom.getRoot().getName()), "a");
     EXPECT_TRUE(dom.getRoot().getFirstChild(false).null());
 
     ASSERT_FALSE(dom.startNewDocument("a b"));
     EXPECT_LT(live(), oneDocument);
 }
 
-TEST_F(DocumentMemoryTest, ReloadReleasesThePreviousParse) {
-    NqDom dom;
-    ASSERT_TRUE(dom.loadXML("<p><q/></p>"));
-    const size_t oneParse = live();
-    ASSERT_TRUE(dom.loadXML("<p><q/></p>"));
-    EXPECT_EQ(live(), oneParse);
-}
+}  // namespace

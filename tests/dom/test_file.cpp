@@ -9,55 +9,35 @@
 #include <string>
 
 #include "alloc_hook.h"
+#include "dom_test_util.h"
 #include "fake_nqsfio.h"
-#include "nqdom.h"
-#include "nqdommessages.h"
 #include "test_files.h"
 
 namespace {
 
 const char kBefore[] = "left from before";
 
-NqbString message(int id) {
-    return nqb_get_message(__FILE__, __LINE__, NQ_CATALOGUE_LIBXML, id);
-}
-NqbString message(int id, const std::string& fileName) {
-    return nqb_get_message(__FILE__, __LINE__, NQ_CATALOGUE_LIBXML, id, fileName.c_str());
-}
-
-// Permission bits don't stop root.
-bool permissionsApply() {
-    return geteuid() != 0;
-}
-
 class FileHelpers : public ::testing::Test {
 protected:
-    void SetUp() override {
-        clearFileFaults();
-        m_openBefore = openHandleCount();
-    }
     void TearDown() override {
-        clearFileFaults();
+        g_fileFaults = FileFaults();
         failAllocationsOfSize(0);
-        EXPECT_EQ(openHandleCount(), m_openBefore) << "a file was left open";
+        EXPECT_EQ(g_openHandles, m_openBefore) << "a file was left open";
     }
 
-    // Reads `path` expecting failure with `expected`.
-    void expectReadFails(const std::string& path, const NqbString& expected) {
+    void expectReadFails(const std::string& path, const std::string& expected) {
         NqbString error(kBefore);
-        const NqbString content = nqDomReadFileToString(NqbString(path.c_str()), &error);
-        EXPECT_TRUE(content.isNull());
-        EXPECT_STREQ(error.asCstr(), expected.asCstr());
+        EXPECT_TRUE(nqDomReadFileToString(NqbString(path.c_str()), &error).isNull());
+        EXPECT_EQ(str(error), expected);
     }
-
-    void expectWriteFails(const std::string& path, const NqbString& expected) {
+    void expectWriteFails(const std::string& path, const std::string& expected) {
         NqbString error(kBefore);
         EXPECT_FALSE(nqDomWriteStringToFile(NqbString(path.c_str()), NqbString("some text"), &error));
-        EXPECT_STREQ(error.asCstr(), expected.asCstr());
+        EXPECT_EQ(str(error), expected);
     }
 
     TempDir m_dir;
-    int m_openBefore = 0;
+    const int m_openBefore = g_openHandles;
 };
 
 TEST_F(FileHelpers, ReadReturnsTheBytesUpToTheFirstZero) {
@@ -75,81 +55,47 @@ TEST_F(FileHelpers, ReadReturnsTheBytesUpToTheFirstZero) {
         {"one byte", "x", "x"},
         {"large", std::string(300000, 'L'), std::string(300000, 'L')},
     };
+    const std::string path = m_dir.file("in.txt");
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const std::string path = m_dir.file("in.txt");
         ASSERT_TRUE(writeBytes(path, row.bytes));
         NqbString error(kBefore);
         const NqbString content = nqDomReadFileToString(NqbString(path.c_str()), &error);
-        ASSERT_FALSE(content.isNull());
-        EXPECT_EQ(std::string(content.asCstr(), content.length()), row.expected);
+        EXPECT_EQ(str(content), row.expected);
         EXPECT_STREQ(error.asCstr(), kBefore);
     }
 }
 
-TEST_F(FileHelpers, ReadOfMissingFileNamesIt) {
-    const std::string path = m_dir.file("absent.xml");
-    expectReadFails(path, message(NQ_MSG_OPEN_READ, path));
-}
-
-TEST_F(FileHelpers, ReadOfEmptyFileFails) {
-    const std::string path = m_dir.file("empty.xml");
-    ASSERT_TRUE(writeBytes(path, ""));
-    expectReadFails(path, message(NQ_MSG_FILE_EMPTY));
-}
-
-TEST_F(FileHelpers, ReadOfUnreadableFileFails) {
-    if (!permissionsApply()) {
-        GTEST_SKIP() << "running as root: permissions don't block reading";
-    }
-    const std::string path = m_dir.file("locked.xml");
-    ASSERT_TRUE(writeBytes(path, "<a/>"));
-    ASSERT_EQ(chmod(path.c_str(), 0), 0);
-    expectReadFails(path, message(NQ_MSG_OPEN_READ, path));
-}
-
-TEST_F(FileHelpers, ReadOfFileThatShrankIsShort) {
-    const std::string path = m_dir.file("shrinking.xml");
+TEST_F(FileHelpers, ReadFailuresNameTheirCause) {
+    const std::string path = m_dir.file("in.xml");
+    const std::string big(12345, 'b');
     const struct {
         const char* name;
-        long sizeAtRead;
-    } rows[] = {{"cut in half", 50}, {"emptied", 0}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        ASSERT_TRUE(writeBytes(path, std::string(100, 's')));
-        armShrinkBeforeRead(path, row.sizeAtRead);
-        expectReadFails(path, message(NQ_MSG_READ_SHORT, path));
-        clearFileFaults();
-    }
-}
-
-TEST_F(FileHelpers, ReadWhenTheBufferCantBeHad) {
-    const std::string path = m_dir.file("big.xml");
-    ASSERT_TRUE(writeBytes(path, std::string(12345, 'b')));
-    const struct {
-        const char* name;
-        std::int64_t reportedLength;
+        const char* bytes;  // null: no file
+        FileFaults faults;
         std::size_t failingSize;
+        int message;
+        bool namesFile;
     } rows[] = {
-        {"allocator refuses length + 1", -2, 12346},
-        {"length beyond any memory", std::int64_t{1} << 50, 0},
-        {"length beyond a 32-bit count", std::int64_t{1} << 31, 0},
+        {"missing", nullptr, {}, 0, NQ_MSG_OPEN_READ, true},
+        {"empty", "", {}, 0, NQ_MSG_FILE_EMPTY, false},
+        {"shrank to half before the read", "0123456789", {-2, path, 5, -1}, 0, NQ_MSG_READ_SHORT, true},
+        {"emptied before the read", "0123456789", {-2, path, 0, -1}, 0, NQ_MSG_READ_SHORT, true},
+        {"length not found", "<a/>", {-1, "", 0, -1}, 0, NQ_MSG_READ_SHORT, true},
+        {"allocator refuses length + 1", big.c_str(), {}, 12346, NQ_MSG_NO_MEMORY, false},
+        {"length beyond any memory", "<a/>", {std::int64_t{1} << 50, "", 0, -1}, 0, NQ_MSG_NO_MEMORY, false},
+        {"length past 32 bits", "<a/>", {std::int64_t{1} << 31, "", 0, -1}, 0, NQ_MSG_NO_MEMORY, false},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        if (row.reportedLength != -2) armEndSeek(row.reportedLength);
+        unlink(path.c_str());
+        ASSERT_TRUE(!row.bytes || writeBytes(path, row.bytes));
+        g_fileFaults = row.faults;
         failAllocationsOfSize(row.failingSize);
-        expectReadFails(path, message(NQ_MSG_NO_MEMORY));
+        expectReadFails(path, row.namesFile ? libxml(row.message, path.c_str()) : libxml(row.message));
         failAllocationsOfSize(0);
-        clearFileFaults();
+        g_fileFaults = FileFaults();
     }
-}
-
-TEST_F(FileHelpers, ReadWhenTheLengthCantBeFound) {
-    const std::string path = m_dir.file("unseekable.xml");
-    ASSERT_TRUE(writeBytes(path, "<a/>"));
-    armEndSeek(-1);
-    expectReadFails(path, message(NQ_MSG_READ_SHORT, path));
 }
 
 TEST_F(FileHelpers, WriteCreatesOrReplacesTheWholeFile) {
@@ -165,13 +111,11 @@ TEST_F(FileHelpers, WriteCreatesOrReplacesTheWholeFile) {
         {"bytes as they are", "", "\xEF\xBB\xBF<a>\r\ncaf\xE9</a>"},
         {"large", "", std::string(300000, 'W')},
     };
+    const std::string path = m_dir.file("out.xml");
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        const std::string path = m_dir.file("out.xml");
         unlink(path.c_str());
-        if (!row.previous.empty()) {
-            ASSERT_TRUE(writeBytes(path, row.previous));
-        }
+        ASSERT_TRUE(row.previous.empty() || writeBytes(path, row.previous));
         NqbString error(kBefore);
         EXPECT_TRUE(nqDomWriteStringToFile(NqbString(path.c_str()), NqbString(row.text.c_str()), &error));
         EXPECT_STREQ(error.asCstr(), kBefore);
@@ -180,44 +124,30 @@ TEST_F(FileHelpers, WriteCreatesOrReplacesTheWholeFile) {
     }
 }
 
-TEST_F(FileHelpers, WriteThenReadGivesTheTextBack) {
-    const std::string path = m_dir.file("round.xml");
-    const NqbString text("<r a=\"1\">\xF0\x9F\x98\x80</r>\r\n");
-    NqbString error;
-    ASSERT_TRUE(nqDomWriteStringToFile(NqbString(path.c_str()), text, &error));
-    const NqbString back = nqDomReadFileToString(NqbString(path.c_str()), &error);
-    EXPECT_STREQ(back.asCstr(), text.asCstr());
-    EXPECT_TRUE(error.isNull());
+TEST_F(FileHelpers, WriteFailuresNameTheFile) {
+    const std::string missingDir = m_dir.file("no-such-dir/out.xml");
+    expectWriteFails(missingDir, libxml(NQ_MSG_OPEN_WRITE, missingDir.c_str()));
+    expectWriteFails("/dev/full", libxml(NQ_MSG_WRITE_SHORT, "/dev/full"));
+
+    // A partial write is short and leaves what was written.
+    const std::string partial = m_dir.file("partial.xml");
+    g_fileFaults.writeLimit = 4;
+    expectWriteFails(partial, libxml(NQ_MSG_WRITE_SHORT, partial.c_str()));
+    EXPECT_EQ(readBytes(partial), "some");
 }
 
-TEST_F(FileHelpers, WriteIntoMissingDirectoryFails) {
-    const std::string path = m_dir.file("no-such-dir/out.xml");
-    expectWriteFails(path, message(NQ_MSG_OPEN_WRITE, path));
-}
+TEST_F(FileHelpers, PermissionFailuresNameTheFile) {
+    if (geteuid() == 0) GTEST_SKIP() << "running as root: permissions don't apply";
+    const std::string locked = m_dir.file("locked.xml");
+    ASSERT_TRUE(writeBytes(locked, "<a/>"));
+    ASSERT_EQ(chmod(locked.c_str(), 0), 0);
+    expectReadFails(locked, libxml(NQ_MSG_OPEN_READ, locked.c_str()));
 
-TEST_F(FileHelpers, WriteIntoReadOnlyDirectoryFails) {
-    if (!permissionsApply()) {
-        GTEST_SKIP() << "running as root: permissions don't block writing";
-    }
-    const std::string dir = m_dir.file("sealed");
-    ASSERT_EQ(mkdir(dir.c_str(), 0500), 0);
-    const std::string path = dir + "/out.xml";
-    expectWriteFails(path, message(NQ_MSG_OPEN_WRITE, path));
+    const std::string sealed = m_dir.file("sealed");
+    ASSERT_EQ(mkdir(sealed.c_str(), 0500), 0);
+    const std::string path = sealed + "/out.xml";
+    expectWriteFails(path, libxml(NQ_MSG_OPEN_WRITE, path.c_str()));
     EXPECT_FALSE(fileExists(path));
-}
-
-TEST_F(FileHelpers, WriteToFullDeviceIsShort) {
-    if (access("/dev/full", W_OK) != 0) {
-        GTEST_SKIP() << "no writable /dev/full";
-    }
-    expectWriteFails("/dev/full", message(NQ_MSG_WRITE_SHORT, "/dev/full"));
-}
-
-TEST_F(FileHelpers, PartialWriteIsShortAndLeavesWhatWasWritten) {
-    const std::string path = m_dir.file("partial.xml");
-    armWriteLimit(4);
-    expectWriteFails(path, message(NQ_MSG_WRITE_SHORT, path));
-    EXPECT_EQ(readBytes(path), "some");
 }
 
 }  // namespace

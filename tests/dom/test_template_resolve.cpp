@@ -1,14 +1,13 @@
 // Mapping of template names to the skeleton's prefixes and namespaces.
 #include <gtest/gtest.h>
 
-#include <ostream>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "nqdomtemplate/nqdomtemplateimpl.h"
 
-using Pairs = std::vector<std::pair<std::string, std::string>>;
+using Pairs = std::vector<std::pair<const char*, const char*>>;
 
 class NqDomTemplateTestPeer {
 public:
@@ -24,98 +23,59 @@ public:
 
 private:
     static void fill(const Pairs& pairs, int* count, int* capacity, NqbString** prefixes, NqbString** uris) {
-        *capacity = static_cast<int>(pairs.size()) + 10;
+        *count = static_cast<int>(pairs.size());
+        *capacity = *count + 10;
         *prefixes = new NqbString[*capacity];
         *uris = new NqbString[*capacity];
-        *count = 0;
-        for (const auto& pair : pairs) {
-            (*prefixes)[*count] = NqbString(pair.first.c_str());
-            (*uris)[*count] = NqbString(pair.second.c_str());
-            ++*count;
+        for (int i = 0; i < *count; ++i) {
+            (*prefixes)[i] = NqbString(pairs[i].first);
+            (*uris)[i] = NqbString(pairs[i].second);
         }
     }
 };
 
 namespace {
 
-struct ResolveCase {
-    const char* label;
-    Pairs scope;
-    Pairs table;
-    const char* name;
-    bool isAttribute;
-    const char* expectedName;
-    const char* expectedUri;
-};
-
-const Pairs kScope = {{"", "urn:a"}, {"p", "urn:b"}, {"p", "urn:c"}};
-const Pairs kTable = {{"d", "urn:a"}, {"e", "urn:c"}};
-
-const ResolveCase kCases[] = {
-    {"unprefixed element takes the default namespace", kScope, kTable, "item", false, "d:item", "urn:a"},
-    {"innermost declaration of a prefix wins", kScope, kTable, "p:item", false, "e:item", "urn:c"},
-    {"unprefixed attribute is in no namespace", kScope, kTable, "size", true, "size", ""},
-    {"prefixed attribute takes the table prefix", kScope, kTable, "p:size", true, "e:size", "urn:c"},
-    {"undeclared prefix is kept", kScope, kTable, "q:item", false, "q:item", ""},
-    {"further colons stay in the local part", kScope, kTable, "p:a:b", false, "e:a:b", "urn:c"},
-    {"empty scope leaves an element alone", {}, {}, "item", false, "item", ""},
-    {"prefixes compare case-sensitively", kScope, kTable, "P:item", false, "P:item", ""},
-    {"namespace missing from the table keeps its prefix",
-     {{"p", "urn:b"}},
-     kTable,
-     "p:item",
-     false,
-     "p:item",
-     "urn:b"},
-    {"first table entry for a URI wins",
-     {{"p", "urn:b"}},
-     {{"x", "urn:b"}, {"y", "urn:b"}},
-     "p:item",
-     false,
-     "x:item",
-     "urn:b"},
-    {"table entry for the empty URI renames undeclared prefixes",
-     {},
-     {{"z", ""}},
-     "q:item",
-     false,
-     "z:item",
-     ""},
-    {"table entry for the empty URI gives unprefixed elements its prefix",
-     {},
-     {{"z", ""}},
-     "item",
-     false,
-     "z:item",
-     ""},
-    {"default declaration of the empty URI unprefixes a table prefix",
-     {{"", "urn:a"}},
-     {{"", "urn:a"}},
-     "item",
-     false,
-     "item",
-     "urn:a"},
-    {"empty local part", kScope, kTable, "p:", false, "e:", "urn:c"},
-    {"leading colon is the empty prefix", kScope, kTable, ":item", false, "d:item", "urn:a"},
-};
-
-void PrintTo(const ResolveCase& c, std::ostream* os) {
-    *os << c.label;
+TEST(ResolveNameTest, GivesNameAndUri) {
+    const Pairs kScope = {{"", "urn:a"}, {"p", "urn:b"}, {"p", "urn:c"}};
+    const Pairs kTable = {{"d", "urn:a"}, {"e", "urn:c"}};
+    const Pairs kPB = {{"p", "urn:b"}}, kXYB = {{"x", "urn:b"}, {"y", "urn:b"}}, kZ = {{"z", ""}},
+                kDA = {{"", "urn:a"}};
+    const struct {
+        const char* label;
+        Pairs scope;
+        Pairs table;
+        const char* name;
+        bool isAttribute;
+        const char* expectedName;
+        const char* expectedUri;
+    } rows[] = {
+        {"unprefixed element takes the default namespace", kScope, kTable, "item", false, "d:item", "urn:a"},
+        {"innermost declaration of a prefix wins", kScope, kTable, "p:item", false, "e:item", "urn:c"},
+        {"unprefixed attribute is in no namespace", kScope, kTable, "size", true, "size", ""},
+        {"prefixed attribute takes the table prefix", kScope, kTable, "p:size", true, "e:size", "urn:c"},
+        {"undeclared prefix is kept", kScope, kTable, "q:item", false, "q:item", ""},
+        {"further colons stay in the local part", kScope, kTable, "p:a:b", false, "e:a:b", "urn:c"},
+        {"empty scope leaves an element alone", {}, {}, "item", false, "item", ""},
+        {"prefixes compare case-sensitively", kScope, kTable, "P:item", false, "P:item", ""},
+        {"namespace not in the table keeps its prefix", kPB, kTable, "p:item", false, "p:item", "urn:b"},
+        {"first table entry for a URI wins", kPB, kXYB, "p:item", false, "x:item", "urn:b"},
+        {"empty-URI entry renames undeclared prefixes", {}, kZ, "q:item", false, "z:item", ""},
+        {"empty-URI entry prefixes unprefixed elements", {}, kZ, "item", false, "z:item", ""},
+        {"default declaration unprefixes a table prefix", kDA, kDA, "item", false, "item", "urn:a"},
+        {"empty local part", kScope, kTable, "p:", false, "e:", "urn:c"},
+        {"leading colon is the empty prefix", kScope, kTable, ":item", false, "d:item", "urn:a"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.label);
+        NqDomTemplateImpl tpl;
+        NqDomTemplateTestPeer::setUp(tpl, row.scope, row.table);
+        NqbString uri("stale");
+        const NqbString name = NqDomTemplateTestPeer::resolve(tpl, row.name, row.isAttribute, &uri);
+        EXPECT_STREQ(name.asCstr(), row.expectedName);
+        EXPECT_STREQ(uri.asCstr(), row.expectedUri);
+        EXPECT_FALSE(uri.isNull());
+    }
 }
-
-class ResolveNameTest : public ::testing::TestWithParam<ResolveCase> {};
-
-TEST_P(ResolveNameTest, GivesNameAndUri) {
-    const ResolveCase& c = GetParam();
-    NqDomTemplateImpl tpl;
-    NqDomTemplateTestPeer::setUp(tpl, c.scope, c.table);
-    NqbString uri("stale");
-    NqbString name = NqDomTemplateTestPeer::resolve(tpl, c.name, c.isAttribute, &uri);
-    EXPECT_STREQ(name.asCstr(), c.expectedName) << c.label;
-    EXPECT_STREQ(uri.asCstr(), c.expectedUri) << c.label;
-    EXPECT_FALSE(uri.isNull()) << c.label;
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, ResolveNameTest, ::testing::ValuesIn(kCases));
 
 }  // namespace

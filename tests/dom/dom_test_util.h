@@ -1,0 +1,48 @@
+// Helpers shared by the tests of documents, nodes and templates.
+#ifndef DOM_TEST_UTIL_H
+#define DOM_TEST_UTIL_H
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "nqdom.h"
+#include "nqdommessages.h"
+
+// The text of `s`; "<null>" tells a null string from an empty one.
+inline std::string str(const NqbString& s) {
+    return s.isNull() ? "<null>" : std::string(s.asCstr(), static_cast<size_t>(s.length()));
+}
+
+// Message `id` of the "LibXML" catalogue with its arguments put in.
+template <typename... Args>
+std::string libxml(int id, Args... args) {
+    return str(nqb_get_message("", 0, NQ_CATALOGUE_LIBXML, id, args...));
+}
+
+// "name=xpath" per variable in index order, "?" after an optional one.
+inline std::string describeVariables(NqDomTemplate& tpl) {
+    std::string out;
+    for (int i = 0; i < tpl.getVariableCount(); ++i) {
+        NqbString error;
+        bool optional = false;
+        const NqbString name = tpl.getVariableName(i, &optional, &error);
+        out += (out.empty() ? "" : " ") + str(name) + "=" + str(tpl.getVariableXPath(i, &error));
+        if (optional) out += '?';
+    }
+    return out;
+}
+
+// A document loaded from a literal; xml() writes its root element back.
+class LoadedDom : public ::testing::Test {
+protected:
+    NqDomNode load(const std::string& xml) {
+        EXPECT_TRUE(m_dom.loadXML(NqbString(xml.c_str()))) << xml;
+        return m_dom.getRoot();
+    }
+    std::string xml() { return str(m_dom.createXML(false, m_dom.getRoot())); }
+
+    NqDom m_dom;
+};
+
+#endif
