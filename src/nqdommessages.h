@@ -8,24 +8,24 @@
 #define NQ_CATALOGUE_DATA_FLOW "Data flow"
 
 enum NqLibXmlMessage {
-    NQ_MSG_READ_SHORT = 97,          // file name
-    NQ_MSG_NO_CORE = 282,            // none
-    NQ_MSG_FILE_EMPTY = 336,         // none
-    NQ_MSG_PARSE_EXCEPTION = 341,    // exception code
-    NQ_MSG_CREATE_EXCEPTION = 342,   // exception code
-    NQ_MSG_SERIALIZE_EXCEPTION = 343,// exception code
-    NQ_MSG_NO_DOCUMENT = 344,        // none
-    NQ_MSG_NO_MEMORY = 444,          // none
-    NQ_MSG_WRITE_SHORT = 463,        // file name
-    NQ_MSG_IMPORT_EXCEPTION = 471,   // exception message
-    NQ_MSG_OPEN_READ = 1041,         // file name
-    NQ_MSG_OPEN_WRITE = 1042,        // file name
-    NQ_MSG_VARIABLE_INDEX = 1420,    // none
-    NQ_MSG_VARIABLE_TWICE = 1666,    // variable name
-    NQ_MSG_VARIABLE_NOT_FOUND = 1762,// variable name
-    NQ_MSG_MANY_VARIABLES = 1764,    // element path, "Element" or "Attribute"
-    NQ_MSG_VARIABLE_COUNT = 1765,    // none
-    NQ_MSG_NO_ROOT = 1766            // none
+    NQ_MSG_READ_SHORT = 97,            // file name
+    NQ_MSG_NO_CORE = 282,              // none
+    NQ_MSG_FILE_EMPTY = 336,           // none
+    NQ_MSG_PARSE_EXCEPTION = 341,      // exception code
+    NQ_MSG_CREATE_EXCEPTION = 342,     // exception code
+    NQ_MSG_SERIALIZE_EXCEPTION = 343,  // exception code
+    NQ_MSG_NO_DOCUMENT = 344,          // none
+    NQ_MSG_NO_MEMORY = 444,            // none
+    NQ_MSG_WRITE_SHORT = 463,          // file name
+    NQ_MSG_IMPORT_EXCEPTION = 471,     // exception message
+    NQ_MSG_OPEN_READ = 1041,           // file name
+    NQ_MSG_OPEN_WRITE = 1042,          // file name
+    NQ_MSG_VARIABLE_INDEX = 1420,      // none
+    NQ_MSG_VARIABLE_TWICE = 1666,      // variable name
+    NQ_MSG_VARIABLE_NOT_FOUND = 1762,  // variable name
+    NQ_MSG_MANY_VARIABLES = 1764,      // element path, "Element" or "Attribute"
+    NQ_MSG_VARIABLE_COUNT = 1765,      // none
+    NQ_MSG_NO_ROOT = 1766              // none
 };
 
 enum NqDataFlowMessage {

@@ -67,9 +67,9 @@ private:
     bool reserve(unsigned size);
     void setBytes(const char* bytes, unsigned count);
 
-    char* m_heap;            // owned heap storage, or null while m_local is used
-    std::uint32_t m_length;  // bytes of text
-    std::uint32_t m_capacity;// bytes usable for text in the current storage
+    char* m_heap;              // owned heap storage, or null while m_local is used
+    std::uint32_t m_length;    // bytes of text
+    std::uint32_t m_capacity;  // bytes usable for text in the current storage
     bool m_null;
     char m_local[kLocalCapacity + 1];
 };
@@ -95,11 +95,11 @@ NQB_API NqbString nqb_get_message(const char* file, int line, const char* catalo
 // Catalogue and ids of the base library's own messages.
 #define NQB_CATALOGUE_BASE "Base"
 enum NqbBaseMessage {
-    NQB_MSG_UNTERMINATED_VARIABLE = 2001,  // offset (int)
-    NQB_MSG_BAD_VARIABLE_NAME = 2002,      // name (text), offset (int)
-    NQB_MSG_VARIABLE_INDEX = 2003,         // index (int)
-    NQB_MSG_VARIABLE_WITHOUT_VALUE = 2004, // name (text)
-    NQB_MSG_NO_TEXT = 2005                 // none: render before a successful init
+    NQB_MSG_UNTERMINATED_VARIABLE = 2001,   // offset (int)
+    NQB_MSG_BAD_VARIABLE_NAME = 2002,       // name (text), offset (int)
+    NQB_MSG_VARIABLE_INDEX = 2003,          // index (int)
+    NQB_MSG_VARIABLE_WITHOUT_VALUE = 2004,  // name (text)
+    NQB_MSG_NO_TEXT = 2005                  // none: render before a successful init
 };
 
 // Serializer of lists of configuration entries (name, value, description).
