@@ -9,20 +9,18 @@
 
 namespace {
 
-std::string message(const NqbString& text) {
-    return text.asCstr();
+template <typename... Args>
+std::string message(const char* catalogue, int id, Args... args) {
+    return nqb_get_message(__FILE__, __LINE__, catalogue, id, args...).asCstr();
 }
+#define MSG(...) [] { return message(__VA_ARGS__); }
 
-struct Case {
-    const char* prefix;                  // catalogue and id as they open the text
-    std::function<NqbString()> call;     // one call with the message's arguments
-    std::vector<std::string> arguments;  // texts that must appear in the result
-};
-
-#define MSG(...) [] { return nqb_get_message(__FILE__, __LINE__, __VA_ARGS__); }
-
-const std::vector<Case>& catalogueCases() {
-    static const std::vector<Case> cases = {
+TEST(NqbMessage, EveryIdHasItsOwnTextWithItsArguments) {
+    const struct {
+        const char* prefix;                  // catalogue and id as they open the text
+        std::function<std::string()> call;   // one call with the message's arguments
+        std::vector<std::string> arguments;  // texts that must appear in the result
+    } cases[] = {
         {"LibXML 97: ", MSG("LibXML", 97, "in.xml"), {"\"in.xml\""}},
         {"LibXML 282: ", MSG("LibXML", 282), {"Core"}},
         {"LibXML 336: ", MSG("LibXML", 336), {}},
@@ -50,13 +48,9 @@ const std::vector<Case>& catalogueCases() {
         {"Base 2004: ", MSG(NQB_CATALOGUE_BASE, NQB_MSG_VARIABLE_WITHOUT_VALUE, "host"), {"\"host\""}},
         {"Base 2005: ", MSG(NQB_CATALOGUE_BASE, NQB_MSG_NO_TEXT), {}},
     };
-    return cases;
-}
-
-TEST(NqbMessage, EveryIdHasItsOwnTextWithItsArguments) {
     std::set<std::string> seen;
-    for (const Case& c : catalogueCases()) {
-        const std::string text = message(c.call());
+    for (const auto& c : cases) {
+        const std::string text = c.call();
         EXPECT_EQ(text.rfind(c.prefix, 0), 0u) << text;
         EXPECT_GT(text.size(), std::string(c.prefix).size() + 5) << text;
         EXPECT_EQ(text.find("unknown message"), std::string::npos) << text;
@@ -66,48 +60,30 @@ TEST(NqbMessage, EveryIdHasItsOwnTextWithItsArguments) {
         }
         seen.insert(text.substr(text.find(": ")));
     }
-    EXPECT_EQ(seen.size(), catalogueCases().size()) << "two ids share a text";
-}
-
-TEST(NqbMessage, CallSiteIsNotPartOfTheText) {
-    const NqbString first = nqb_get_message("a.cpp", 10, "LibXML", 1041, "f.xml");
-    const NqbString second = nqb_get_message("b.cpp", 999, "LibXML", 1041, "f.xml");
-    EXPECT_EQ(first.compare(second, true), 0);
-    EXPECT_EQ(message(first).find("a.cpp"), std::string::npos);
+    EXPECT_EQ(seen.size(), sizeof cases / sizeof cases[0]) << "two ids share a text";
 }
 
 TEST(NqbMessage, UnknownIdsAndCataloguesAreNamed) {
-    const struct {
-        const char* catalogue;
-        int id;
-        const char* expected;
-    } cases[] = {
-        {"Data flow", 999, "Data flow 999: unknown message"},
-        {"LibXML", 288, "LibXML 288: unknown message"},
-        {"Data flow", 97, "Data flow 97: unknown message"},
-        {"NoSuchCatalogue", 97, "NoSuchCatalogue 97: unknown message"},
-        {"libxml", 97, "libxml 97: unknown message"},
-        {"LibXML", -1, "LibXML -1: unknown message"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(message(nqb_get_message(__FILE__, __LINE__, c.catalogue, c.id, "ignored")), c.expected);
-    }
-    EXPECT_EQ(message(nqb_get_message(__FILE__, __LINE__, nullptr, 5)), "(null) 5: unknown message");
+    EXPECT_EQ(message("Data flow", 999, "ignored"), "Data flow 999: unknown message");
+    EXPECT_EQ(message("LibXML", 288, "ignored"), "LibXML 288: unknown message")
+        << "an id of another catalogue";
+    EXPECT_EQ(message("NoSuchCatalogue", 97), "NoSuchCatalogue 97: unknown message");
+    EXPECT_EQ(message("libxml", 97), "libxml 97: unknown message") << "catalogue names are case-sensitive";
+    EXPECT_EQ(message("LibXML", -1), "LibXML -1: unknown message");
+    EXPECT_EQ(message(nullptr, 5), "(null) 5: unknown message");
 }
 
-TEST(NqbMessage, NullTextArgumentPrintsNull) {
-    const char* none = nullptr;
-    EXPECT_EQ(message(nqb_get_message(__FILE__, __LINE__, "LibXML", 1041, none)),
+TEST(NqbMessage, Arguments) {
+    EXPECT_EQ(message("LibXML", 1041, static_cast<const char*>(nullptr)),
               "LibXML 1041: cannot open file \"(null)\" for reading");
-    const std::string two = message(nqb_get_message(__FILE__, __LINE__, "LibXML", 1764, none, "Element"));
-    EXPECT_NE(two.find("(null)"), std::string::npos);
-    EXPECT_NE(two.find("Element"), std::string::npos);
-}
-
-TEST(NqbMessage, LongArgumentsAreKeptWhole) {
     const std::string path = "/" + std::string(5000, 'd') + "/file.xml";
-    const std::string text = message(nqb_get_message(__FILE__, __LINE__, "LibXML", 463, path.c_str()));
-    EXPECT_NE(text.find("\"" + path + "\""), std::string::npos);
+    const std::string text = message("LibXML", 463, path.c_str());
+    EXPECT_NE(text.find("\"" + path + "\""), std::string::npos) << "long arguments are kept whole";
+
+    const NqbString first = nqb_get_message("a.cpp", 10, "LibXML", 1041, "f.xml");
+    const NqbString second = nqb_get_message("b.cpp", 999, "LibXML", 1041, "f.xml");
+    EXPECT_EQ(first.compare(second, true), 0) << "the call site is not part of the text";
+    EXPECT_EQ(std::string(first.asCstr()).find("a.cpp"), std::string::npos);
 }
 
 }  // namespace
