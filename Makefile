@@ -23,16 +23,18 @@ demo: build
 test: build
 	ctest --test-dir $(BUILD_DIR) --output-on-failure -j $(JOBS)
 
+# BENCH_ARGS go to the comparison benchmark, e.g. --benchmark_repetitions=3.
 bench:
 	@sh scripts/install-deps.sh libpugixml-dev libxml2-dev
-	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNQDOM_BUILD_TESTS=OFF -DNQDOM_BUILD_BENCH=ON
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNQDOM_BUILD_TESTS=OFF -DNQDOM_BUILD_TOOLS=OFF \
+		-DNQDOM_BUILD_BENCH=ON
 	cmake --build build-bench -j $(JOBS)
-	sh scripts/bench.sh build-bench
+	sh scripts/bench.sh build-bench $(BENCH_ARGS)
 
 fuzz:
 	@sh scripts/install-deps.sh clang libclang-rt-14-dev
 	CXX=clang++ cmake -S . -B build-fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DNQDOM_BUILD_TESTS=OFF \
-		-DNQDOM_BUILD_TOOLS=OFF -DNQDOM_FUZZ=ON
+		-DNQDOM_BUILD_TOOLS=OFF -DNQDOM_FUZZ=ON -DNQDOM_WERROR=ON
 	cmake --build build-fuzz -j $(JOBS)
 	sh scripts/fuzz.sh build-fuzz $(FUZZ_SECONDS)
 

@@ -1,0 +1,38 @@
+// One XML library behind the operations the comparison measures.
+#ifndef BENCH_LIBRARIES_H
+#define BENCH_LIBRARIES_H
+
+#include <cstddef>
+#include <memory>
+
+#include "bench_input.h"
+
+namespace bench {
+
+class Library {
+public:
+    virtual ~Library() = default;
+    virtual const char* name() const = 0;
+
+    // Untimed: turns the input into what load() takes.
+    virtual void prepare(const Input& input) = 0;
+    // Parses the prepared input into a document kept by the library, in
+    // place of any earlier one.
+    virtual bool load() = 0;
+    // Frees the document and, with `all`, the prepared input too.
+    virtual void unload(bool all) = 0;
+    // Reads every element name, attribute name and value and first direct
+    // text of the loaded document as UTF-8.
+    virtual WalkCounts walk() = 0;
+    // Serializes the loaded document to UTF-8 text; returns its size.
+    virtual std::size_t serialize() = 0;
+};
+
+std::unique_ptr<Library> makeNqDomLibrary();
+std::unique_ptr<Library> makeXercesLibrary();
+std::unique_ptr<Library> makePugixmlLibrary();
+std::unique_ptr<Library> makeLibxml2Library();
+
+}  // namespace bench
+
+#endif
