@@ -1,6 +1,7 @@
 #include "nqsfio.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/types.h>
 #include <unistd.h>
 #include <cerrno>
@@ -62,6 +63,12 @@ int np_fio_open(const char* path, int mode, NpFioHandle* handle) {
         fd = ::open(path, flags, 0666);
     } while (fd < 0 && errno == EINTR);
     if (fd < 0) return errno;
+    // A directory opens for reading but is no file to read.
+    struct stat info;
+    if (::fstat(fd, &info) == 0 && S_ISDIR(info.st_mode)) {
+        ::close(fd);
+        return EISDIR;
+    }
 
     FioFile* file = new (std::nothrow) FioFile{fd};
     if (file == nullptr) {

@@ -96,6 +96,7 @@ TEST_F(FileHelpers, ReadFailuresNameTheirCause) {
         failAllocationsOfSize(0);
         g_fileFaults = FileFaults();
     }
+    expectReadFails(m_dir.path(), libxml(NQ_MSG_OPEN_READ, m_dir.path().c_str()));
 }
 
 TEST_F(FileHelpers, WriteCreatesOrReplacesTheWholeFile) {

@@ -81,6 +81,7 @@ TEST_F(NqsfioTest, OpenFailuresLeaveNoHandle) {
     EXPECT_EQ(failure(m_dir + "/missing", NP_FIO_READ), ENOENT);
     EXPECT_EQ(failure(m_dir + "/no/dir/file", NP_FIO_WRITE), ENOENT);
     EXPECT_EQ(failure(m_dir, NP_FIO_WRITE), EISDIR);
+    EXPECT_EQ(failure(m_dir, NP_FIO_READ), EISDIR);
     for (int mode : {0, 2, 69, 71, -1}) EXPECT_EQ(failure(m_file, mode), EINVAL) << mode;
     EXPECT_NE(access(m_file.c_str(), F_OK), 0) << "an unknown mode must not create the file";
     NpFioHandle handle = nullptr;
