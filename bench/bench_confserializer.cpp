@@ -7,25 +7,12 @@
 #include <cstdlib>
 #include <string>
 
+#include "bench_engine.h"
 #include "nqdom.h"
 
 namespace {
 
 constexpr int kEntryCount = 10000;
-
-// Starts the XML engine once for this benchmark binary; it runs until exit.
-bool engineStarted() {
-    static const bool started = [] {
-        char* error = nullptr;
-        if (nqDomStartup(nullptr, &error) != 0) {
-            std::fprintf(stderr, "engine start failed: %s\n", error ? error : "");
-            return false;
-        }
-        std::atexit(nqDomShutdown);
-        return true;
-    }();
-    return started;
-}
 
 std::string benchFile(const char* tag) {
     const char* base = std::getenv("TMPDIR");
@@ -49,7 +36,7 @@ NqbConfSerializer* filledSerializer() {
 }
 
 void BM_ConfSerializerWrite(benchmark::State& state) {
-    if (!engineStarted()) {
+    if (!benchEngineStarted()) {
         state.SkipWithError("engine did not start");
         return;
     }
@@ -69,7 +56,7 @@ void BM_ConfSerializerWrite(benchmark::State& state) {
 BENCHMARK(BM_ConfSerializerWrite)->Unit(benchmark::kMillisecond);
 
 void BM_ConfSerializerRead(benchmark::State& state) {
-    if (!engineStarted()) {
+    if (!benchEngineStarted()) {
         state.SkipWithError("engine did not start");
         return;
     }

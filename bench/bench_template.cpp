@@ -6,20 +6,10 @@
 #include <cstdlib>
 #include <string>
 
+#include "bench_engine.h"
 #include "nqdom.h"
 
 namespace {
-
-// Started before main; stopped at exit, after every benchmark has run.
-const bool kEngineStarted = [] {
-    char* error = nullptr;
-    if (nqDomStartup(nullptr, &error) != 0) {
-        std::fprintf(stderr, "engine start failed: %s\n", error ? error : "");
-        return false;
-    }
-    std::atexit(nqDomShutdown);
-    return true;
-}();
 
 // Ten elements per section: the section, a head with a text variable, an
 // item with an attribute variable, a note with a variable (optional in every
@@ -50,7 +40,7 @@ std::string makeTemplate(int sections, int* elements, int* variables) {
 }
 
 void BM_CompileTemplate(benchmark::State& state) {
-    if (!kEngineStarted) {
+    if (!benchEngineStarted()) {
         state.SkipWithError("engine not started");
         return;
     }
