@@ -179,38 +179,38 @@ protected:
             GTEST_SKIP() << "resident size not meaningful: " << reason;
         ASSERT_GT(residentBytes(), 0);
     }
+
+    // Runs `round` for the warm-up and then kRounds times into *work; checks
+    // and returns how much resident memory the measured rounds added.
+    template <typename Round>
+    long expectFlat(Round round, Work* work) {
+        Work warmUp;
+        for (int i = 0; i < kWarmUpRounds; ++i) round(i, warmUp);
+        long before = residentBytes();
+        for (int i = 0; i < kRounds; ++i) round(i, *work);
+        long growth = residentBytes() - before;
+        EXPECT_LT(growth, kAllowedGrowthBytes) << "resident memory grew by " << growth << " bytes";
+        RecordProperty("rss_growth_bytes", std::to_string(growth));
+        return growth;
+    }
 };
 
 TEST_F(ResidentMemory, StaysFlatOverAThousandDocuments) {
     TempDir dir;
-    Work warmUp, work;
-    for (int round = 0; round < kWarmUpRounds; ++round) documentRound(round, dir, warmUp);
-    ASSERT_EQ(warmUp.documents, kWarmUpRounds);
-    long before = residentBytes();
-    for (int round = 0; round < kRounds; ++round) documentRound(round, dir, work);
-    long growth = residentBytes() - before;
-
+    Work work;
+    expectFlat([&](int round, Work& into) { documentRound(round, dir, into); }, &work);
     EXPECT_EQ(work.documents, kRounds);
     EXPECT_EQ(work.files, kRounds);
     EXPECT_EQ(work.configurations, kRounds);
-    EXPECT_LT(growth, kAllowedGrowthBytes) << "resident memory grew by " << growth << " bytes";
-    RecordProperty("rss_growth_bytes", std::to_string(growth));
 }
 
 TEST_F(ResidentMemory, StaysFlatOverAThousandTemplates) {
     const NqbString text(templateText().c_str());
     const NqbString broken("<t><a>${unterminated</a><b>${fine}</b></t>");
-    Work warmUp, work;
-    for (int round = 0; round < kWarmUpRounds; ++round) templateRound(text, broken, warmUp);
-    ASSERT_EQ(warmUp.templates, kWarmUpRounds);
-    long before = residentBytes();
-    for (int round = 0; round < kRounds; ++round) templateRound(text, broken, work);
-    long growth = residentBytes() - before;
-
+    Work work;
+    expectFlat([&](int, Work& into) { templateRound(text, broken, into); }, &work);
     EXPECT_EQ(work.templates, kRounds);
     EXPECT_EQ(work.failedTemplates, kRounds);
-    EXPECT_LT(growth, kAllowedGrowthBytes) << "resident memory grew by " << growth << " bytes";
-    RecordProperty("rss_growth_bytes", std::to_string(growth));
 }
 
 }  // namespace
