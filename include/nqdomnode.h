@@ -19,8 +19,8 @@ public:
     // NqXMLTranscoder).
     NqDomNode(void* node, void* transcoder);
 
-    bool null() const;
-    bool isComment() const;
+    bool null() const { return m_node == nullptr; }
+    bool isComment() const { return m_isComment; }
 
     // First child element (or comment when `includeComments`); null handle
     // when there is none, or on a null or comment handle.
@@ -63,6 +63,10 @@ public:
 private:
     // The document handle serializes and imports the designated DOM node.
     friend class NqDom;
+
+    // Handle on the first element (or comment) from `candidate` on, a DOM
+    // node or null, along its siblings.
+    NqDomNode walkableFrom(void* candidate, bool includeComments) const;
 
     void* m_node;
     NqXMLTranscoder* m_transcoder;

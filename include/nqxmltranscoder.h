@@ -24,6 +24,9 @@ public:
     // The NUL-terminated UTF-16 `text` (null: empty) as UTF-8; a null string
     // when no engine transcoder can be made.
     NqbString toNqb(const XMLCh* text);
+    // The same conversion into `out`, reusing its storage: no allocation
+    // when the text fits what `out` already holds.
+    void toNqb(const XMLCh* text, NqbString& out);
     // `text` as NUL-terminated UTF-16 in the transcoder's own buffer, valid
     // until the next fromNqb/fromC call. Text that is not valid UTF-8 gives
     // "!INVALIDUTF8STR!". Null when no engine transcoder can be made.

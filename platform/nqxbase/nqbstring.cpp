@@ -72,10 +72,6 @@ locale_t cLocale() {
 
 }  // namespace
 
-NqbString::NqbString() : m_heap(nullptr), m_length(0), m_capacity(kLocalCapacity), m_null(true) {
-    m_local[0] = '\0';
-}
-
 NqbString::NqbString(const char* text, bool /*flag*/) : NqbString() {
     assign(text);
 }
@@ -119,10 +115,6 @@ NqbString& NqbString::operator=(NqbString&& other) noexcept {
     other.m_null = true;
     other.m_local[0] = '\0';
     return *this;
-}
-
-NqbString::~NqbString() {
-    delete[] m_heap;
 }
 
 // Grows the storage to hold `size` bytes of text, keeping the current text.
@@ -210,23 +202,6 @@ void NqbString::append(const char* text, bool* failed) {
         m_null = false;
     }
     if (failed != nullptr) *failed = !ok;
-}
-
-const char* NqbString::asCstr() const {
-    if (m_null) return "";
-    return m_heap ? m_heap : m_local;
-}
-
-int NqbString::cStrSize() const {
-    return static_cast<int>(m_length) + 1;
-}
-
-int NqbString::length() const {
-    return static_cast<int>(m_length);
-}
-
-bool NqbString::isNull() const {
-    return m_null;
 }
 
 // Keeps the storage so that a later assign does not allocate again.

@@ -13,7 +13,9 @@
 class NQB_API NqbString {
 public:
     // A null string.
-    NqbString();
+    NqbString() : m_heap(nullptr), m_length(0), m_capacity(kLocalCapacity), m_null(true) {
+        m_local[0] = '\0';
+    }
     // The NUL-terminated `text`; a null `text` gives a null string. `flag` is
     // accepted for compatibility and has no effect.
     NqbString(const char* text, bool flag = true);
@@ -21,7 +23,7 @@ public:
     NqbString(NqbString&& other) noexcept;
     NqbString& operator=(const NqbString& other);
     NqbString& operator=(NqbString&& other) noexcept;
-    ~NqbString();
+    ~NqbString() { delete[] m_heap; }
 
     // Replaces the content by `text` up to its first 0 byte; null `text` makes
     // the string null.
@@ -35,12 +37,15 @@ public:
     void append(const char* text, bool* failed = nullptr);
 
     // The NUL-terminated content; "" for a null string. Valid while unchanged.
-    const char* asCstr() const;
+    const char* asCstr() const {
+        if (m_null) return "";
+        return m_heap ? m_heap : m_local;
+    }
     // Bytes of the NUL-terminated form, terminator included: at least 1.
-    int cStrSize() const;
+    int cStrSize() const { return static_cast<int>(m_length) + 1; }
     // Bytes of text: 0 for empty and null strings.
-    int length() const;
-    bool isNull() const;
+    int length() const { return static_cast<int>(m_length); }
+    bool isNull() const { return m_null; }
     void setNull();
 
     // <0, 0, >0 as this orders before, equal to or after `other`; a null

@@ -61,7 +61,16 @@ void NqXMLTranscoder::growUtf16() {
 }
 
 NqbString NqXMLTranscoder::toNqb(const XMLCh* text) {
-    if (!makeTranscoder()) return NqbString();
+    NqbString result;
+    toNqb(text, result);
+    return result;
+}
+
+void NqXMLTranscoder::toNqb(const XMLCh* text, NqbString& out) {
+    if (!makeTranscoder()) {
+        out.setNull();
+        return;
+    }
     if (text == nullptr) text = kEmptyText;
     // The NUL is converted too, so a complete conversion ends the buffer.
     const XMLSize_t count = XMLString::stringLen(text) + 1;
@@ -74,14 +83,11 @@ NqbString NqXMLTranscoder::toNqb(const XMLCh* text) {
         if (eaten == count) break;
         growUtf8();
     }
-    // The engine pairs a trailing lone high surrogate with the terminator and
-    // then writes no NUL, so never read past what it produced.
+    // The NUL, converted last, ends the output; but the engine pairs a
+    // trailing lone high surrogate with the terminator and then writes none.
     const char* bytes = reinterpret_cast<const char*>(m_utf8Buffer);
-    const void* nul = std::memchr(bytes, 0, produced);
-    const std::size_t length = nul != nullptr ? static_cast<const char*>(nul) - bytes : produced;
-    NqbString result;
-    result.assign(bytes, static_cast<int>(length));
-    return result;
+    const std::size_t length = produced > 0 && bytes[produced - 1] == '\0' ? produced - 1 : produced;
+    out.assign(bytes, static_cast<int>(length));
 }
 
 std::uint32_t NqXMLTranscoder::transcodeFrom(const char* bytes, std::uint32_t count, bool* failed) {

@@ -41,8 +41,8 @@ void NqDomNode::getAttributeNameValue(int index, NqbString* name, NqbString* val
     if (!map || index < 0 || index >= static_cast<int>(map->getLength())) return;
 
     DOMNode* attribute = map->item(static_cast<XMLSize_t>(index));
-    if (name) *name = m_transcoder->toNqb(attribute->getNodeName());
-    if (value) *value = m_transcoder->toNqb(attribute->getNodeValue());
+    if (name) m_transcoder->toNqb(attribute->getNodeName(), *name);
+    if (value) m_transcoder->toNqb(attribute->getNodeValue(), *value);
 }
 
 NqbString NqDomNode::getAttributeValue(const NqbString& name) const {

@@ -12,16 +12,6 @@ using xercesc::DOMNode;
 
 namespace {
 
-// Elements, and comments when asked; every other kind of node is passed over.
-DOMNode* firstWalkable(DOMNode* candidate, bool includeComments) {
-    for (; candidate; candidate = candidate->getNextSibling()) {
-        const DOMNode::NodeType type = candidate->getNodeType();
-        if (type == DOMNode::ELEMENT_NODE) return candidate;
-        if (includeComments && type == DOMNode::COMMENT_NODE) return candidate;
-    }
-    return nullptr;
-}
-
 DOMNode* firstText(DOMNode* candidate) {
     for (; candidate; candidate = candidate->getNextSibling()) {
         if (candidate->getNodeType() == DOMNode::TEXT_NODE) return candidate;
@@ -44,24 +34,30 @@ NqDomNode::NqDomNode(void* node, void* transcoder)
       m_transcoder(static_cast<NqXMLTranscoder*>(transcoder)),
       m_isComment(node && static_cast<DOMNode*>(node)->getNodeType() == DOMNode::COMMENT_NODE) {}
 
-bool NqDomNode::null() const {
-    return m_node == nullptr;
-}
-
-bool NqDomNode::isComment() const {
-    return m_isComment;
+// Elements, and comments when asked; every other kind of node is passed over.
+// The type found is kept, so the handle needs no second DOM call.
+NqDomNode NqDomNode::walkableFrom(void* candidate, bool includeComments) const {
+    NqDomNode found(nullptr, m_transcoder);
+    for (DOMNode* node = static_cast<DOMNode*>(candidate); node; node = node->getNextSibling()) {
+        const DOMNode::NodeType type = node->getNodeType();
+        const bool isComment = type == DOMNode::COMMENT_NODE;
+        if (type == DOMNode::ELEMENT_NODE || (includeComments && isComment)) {
+            found.m_node = node;
+            found.m_isComment = isComment;
+            break;
+        }
+    }
+    return found;
 }
 
 NqDomNode NqDomNode::getFirstChild(bool includeComments) const {
     if (null() || m_isComment) return NqDomNode();
-    DOMNode* found = firstWalkable(static_cast<DOMNode*>(m_node)->getFirstChild(), includeComments);
-    return NqDomNode(found, m_transcoder);
+    return walkableFrom(static_cast<DOMNode*>(m_node)->getFirstChild(), includeComments);
 }
 
 NqDomNode NqDomNode::getNextSibling(bool includeComments) const {
     if (null()) return NqDomNode();
-    DOMNode* found = firstWalkable(static_cast<DOMNode*>(m_node)->getNextSibling(), includeComments);
-    return NqDomNode(found, m_transcoder);
+    return walkableFrom(static_cast<DOMNode*>(m_node)->getNextSibling(), includeComments);
 }
 
 NqbString NqDomNode::getName() const {
@@ -75,8 +71,9 @@ NqbString NqDomNode::getValue(bool allTexts) const {
     if (m_isComment) return m_transcoder->toNqb(node->getNodeValue());
 
     DOMNode* text = firstText(node->getFirstChild());
-    if (!text) return NqbString();
-    NqbString value = m_transcoder->toNqb(text->getNodeValue());
+    NqbString value;
+    if (!text) return value;
+    m_transcoder->toNqb(text->getNodeValue(), value);
     if (!allTexts) return value;
     for (text = firstText(text->getNextSibling()); text; text = firstText(text->getNextSibling())) {
         if (value.length() != 0) value.append(" ");

@@ -174,4 +174,23 @@ TEST(TranscoderAllocation, ToNqbGrowsThenNothingIsAllocated) {
     EXPECT_EQ(transcoder.utf16Capacity(), 512u);
 }
 
+// The walk converts names and texts into the caller's strings: a string
+// that already has room takes any later text without allocating.
+TEST(TranscoderAllocation, ToNqbIntoAStringReusesItsStorage) {
+    NqXMLTranscoder transcoder;
+    NqbString out(std::string(100, 'x').c_str());
+    const std::u16string longUtf16(40, u'\u00E9');
+    transcoder.toNqb(longUtf16.c_str(), out);
+    const long start = allocationCount();
+    transcoder.toNqb(u"short", out);
+    EXPECT_STREQ(out.asCstr(), "short");
+    transcoder.toNqb(longUtf16.c_str(), out);
+    EXPECT_EQ(out.length(), 80);
+    EXPECT_EQ(std::string(out.asCstr(), 2), "\xC3\xA9");
+    transcoder.toNqb(nullptr, out);
+    EXPECT_FALSE(out.isNull());
+    EXPECT_EQ(out.length(), 0);
+    EXPECT_EQ(allocationCount() - start, 0);
+}
+
 }  // namespace
