@@ -2,11 +2,19 @@
 // plain Xerces-C, pugixml and libxml2, with a memcpy of the input as the
 // physical limit. Prints the usual benchmark output, then a markdown table.
 //
-//   nqdom_bench_compare [--table_out=FILE] [benchmark flags]
+//   nqdom_bench_compare [--table_out=FILE] [--rounds=N] [benchmark flags]
+//
+// Each input is measured in N rounds (3 by default). In every round the
+// library and plain Xerces-C, the pair each ratio compares, run next to each
+// other and take turns to go first; the reference libraries follow. Every
+// benchmark starts after the heap has given its free memory back, so none
+// finds pages another one left behind. The table shows each cell's median.
 #include <benchmark/benchmark.h>
 #include <libxml/parser.h>
+#include <malloc.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iostream>
@@ -65,6 +73,7 @@ public:
     void dropDocument() {
         if (m_loaded) m_loaded->unload(true);
         m_loaded = nullptr;
+        malloc_trim(0);
     }
 
     void clear() {
@@ -178,41 +187,51 @@ void pace(benchmark::internal::Benchmark* b, const InputKind& kind) {
     }
 }
 
-void registerBenchmarks(Table& table) {
+void registerLibrary(Table& table, const InputKind& kind, Library* library) {
+    const std::string input = kind.name();
+    const std::string lib = library->name();
+    std::string name = "load/" + lib + "/" + input;
+    pace(benchmark::RegisterBenchmark(name.c_str(), benchLoad, kind, library), kind);
+    table.expect(name, {"load", lib, input, kind.megabytes});
+    name = "walk/" + lib + "/" + input;
+    pace(benchmark::RegisterBenchmark(name.c_str(), benchWalk, kind, library), kind);
+    table.expect(name, {"walk", lib, input, kind.megabytes});
+    name = "serialize/" + lib + "/" + input;
+    pace(benchmark::RegisterBenchmark(name.c_str(), benchSerialize, kind, library), kind);
+    table.expect(name, {"serialize", lib, input, kind.megabytes});
+}
+
+void registerBenchmarks(Table& table, int rounds) {
+    const auto& libraries = g_workbench->libraries();
     for (const InputKind& kind : inputKinds()) {
-        std::string input = kind.name();
-        std::string name = "memcpy/" + input;
+        std::string name = "memcpy/" + kind.name();
         pace(benchmark::RegisterBenchmark(name.c_str(), benchMemcpy, kind), kind);
-        table.expect(name, {"memcpy", "memcpy", input, kind.megabytes});
-        for (const auto& library : g_workbench->libraries()) {
-            std::string lib = library->name();
-            name = "load/" + lib + "/" + input;
-            pace(benchmark::RegisterBenchmark(name.c_str(), benchLoad, kind, library.get()), kind);
-            table.expect(name, {"load", lib, input, kind.megabytes});
-            name = "walk/" + lib + "/" + input;
-            pace(benchmark::RegisterBenchmark(name.c_str(), benchWalk, kind, library.get()), kind);
-            table.expect(name, {"walk", lib, input, kind.megabytes});
-            name = "serialize/" + lib + "/" + input;
-            pace(benchmark::RegisterBenchmark(name.c_str(), benchSerialize, kind, library.get()), kind);
-            table.expect(name, {"serialize", lib, input, kind.megabytes});
+        table.expect(name, {"memcpy", "memcpy", kind.name(), kind.megabytes});
+        for (int round = 0; round < rounds; ++round) {
+            // Odd rounds swap the neighbours: 1 0 3 2.
+            for (std::size_t i = 0; i < libraries.size(); ++i) {
+                std::size_t at = round % 2 ? i ^ 1 : i;
+                if (at >= libraries.size()) at = i;
+                registerLibrary(table, kind, libraries[at].get());
+            }
         }
     }
 }
 
-// Takes --table_out=FILE out of the arguments.
-std::string takeTableOut(int& argc, char** argv) {
-    std::string path;
-    const char* flag = "--table_out=";
+// Takes `flag` (e.g. "--table_out=") and its value out of the arguments;
+// empty when absent.
+std::string takeFlag(int& argc, char** argv, const char* flag) {
+    std::string value;
     int kept = 0;
     for (int i = 0; i < argc; ++i) {
         if (std::strncmp(argv[i], flag, std::strlen(flag)) == 0) {
-            path = argv[i] + std::strlen(flag);
+            value = argv[i] + std::strlen(flag);
         } else {
             argv[kept++] = argv[i];
         }
     }
     argc = kept;
-    return path;
+    return value;
 }
 
 // The library's own console reporter honours --benchmark_color; this one
@@ -231,7 +250,13 @@ bool wantColor(int argc, char** argv) {
 }  // namespace bench
 
 int main(int argc, char** argv) {
-    std::string tableOut = bench::takeTableOut(argc, argv);
+    std::string tableOut = bench::takeFlag(argc, argv, "--table_out=");
+    std::string roundsFlag = bench::takeFlag(argc, argv, "--rounds=");
+    int rounds = roundsFlag.empty() ? 3 : std::atoi(roundsFlag.c_str());
+    if (rounds < 1) {
+        std::cerr << "--rounds needs a positive number\n";
+        return 1;
+    }
     bool color = bench::wantColor(argc, argv);
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
@@ -247,7 +272,7 @@ int main(int argc, char** argv) {
         bench::Workbench workbench;
         bench::g_workbench = &workbench;
         bench::Table table;
-        bench::registerBenchmarks(table);
+        bench::registerBenchmarks(table, rounds);
         bench::TableReporter reporter(table, color);
         benchmark::RunSpecifiedBenchmarks(&reporter);
         std::string markdown = table.markdown();

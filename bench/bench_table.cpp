@@ -9,7 +9,7 @@ namespace {
 
 constexpr const char* kOperations[] = {"load", "walk", "serialize"};
 constexpr const char* kReference = "xerces";
-// Repetitions that differ by more than this are marked as noise.
+// Cells whose runs spread wider than this share of the median are marked as noise.
 constexpr double kNoisySpread = 0.10;
 
 std::string format(const char* pattern, double value) {
@@ -38,20 +38,23 @@ void Table::record(const benchmark::BenchmarkReporter::Run& run) {
     auto it = m_cells.find(run.run_name.function_name);
     if (it == m_cells.end()) return;
     Cell& cell = it->second;
-    bool aggregate = run.run_type == benchmark::BenchmarkReporter::Run::RT_Aggregate;
-    if (aggregate && run.aggregate_name == "cv") {
-        cell.spread = run.cpu_accumulated_time;
-        return;
-    }
-    bool median = aggregate && run.aggregate_name == "median";
-    if (aggregate && !median) return;
-    if (cell.fromMedian && !median) return;
+    const bool aggregate = run.run_type == benchmark::BenchmarkReporter::Run::RT_Aggregate;
+    if (aggregate && run.aggregate_name != "median") return;
+    const double seconds = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+    (aggregate ? cell.medians : cell.runs).push_back(seconds);
     cell.measured = true;
-    cell.fromMedian = median;
-    cell.failed = run.error_occurred;
-    cell.seconds = run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit);
+    cell.failed = cell.failed || run.error_occurred;
     auto allocations = run.counters.find("allocs_per_element");
     if (allocations != run.counters.end()) cell.allocationsPerElement = allocations->second.value;
+    summarise(cell);
+}
+
+void Table::summarise(Cell& cell) {
+    std::vector<double> times = cell.runs.empty() ? cell.medians : cell.runs;
+    std::sort(times.begin(), times.end());
+    const std::size_t n = times.size();
+    cell.seconds = n % 2 ? times[n / 2] : (times[n / 2 - 1] + times[n / 2]) / 2;
+    cell.spread = cell.seconds > 0 ? (times.back() - times.front()) / cell.seconds : 0;
 }
 
 int Table::failures() const {
@@ -75,7 +78,7 @@ std::string Table::markdown() const {
     std::string text = throughputTable();
     bool noisy = std::any_of(m_cells.begin(), m_cells.end(),
                              [](const auto& entry) { return entry.second.spread > kNoisySpread; });
-    if (noisy) text += "\n~ repetitions differed by more than 10%: the machine was busy.\n";
+    if (noisy) text += "\n~ runs of one cell differed by more than 10%: the machine was busy.\n";
     return text + "\n" + allocationTable() + "\n" + growthTable();
 }
 

@@ -23,8 +23,8 @@ public:
     // Declares a benchmark by its registered name; rows and columns follow
     // the order of declaration.
     void expect(const std::string& benchmarkName, const CellKey& key);
-    // Takes a run; the median replaces single repetitions when there are
-    // several. Unknown names are ignored.
+    // Takes a run of a declared name; a name may run several times (rounds,
+    // repetitions) and its cell shows the median. Unknown names are ignored.
     void record(const benchmark::BenchmarkReporter::Run& run);
 
     std::string markdown() const;
@@ -34,12 +34,14 @@ private:
     struct Cell {
         CellKey key;
         bool measured = false;
-        bool fromMedian = false;
         bool failed = false;
-        double seconds = 0;  // CPU time per iteration
+        double seconds = 0;  // median CPU time per iteration
         double allocationsPerElement = -1;
-        double spread = 0;  // coefficient of variation over repetitions
+        double spread = 0;            // (slowest - fastest) / median
+        std::vector<double> runs;     // CPU time per iteration of each run
+        std::vector<double> medians;  // used only when no single run is reported
     };
+    static void summarise(Cell& cell);
 
     const Cell* find(const std::string& operation, const std::string& library,
                      const std::string& input) const;

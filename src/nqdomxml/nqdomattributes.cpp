@@ -35,11 +35,12 @@ int NqDomNode::getAttributeCount() const {
 }
 
 void NqDomNode::getAttributeNameValue(int index, NqbString* name, NqbString* value) const {
-    if (name) name->setNull();
-    if (value) value->setNull();
     DOMNamedNodeMap* map = attributeMap(m_node, m_isComment);
-    if (!map || index < 0 || index >= static_cast<int>(map->getLength())) return;
-
+    if (!map || index < 0 || index >= static_cast<int>(map->getLength())) {
+        if (name) name->setNull();
+        if (value) value->setNull();
+        return;
+    }
     DOMNode* attribute = map->item(static_cast<XMLSize_t>(index));
     if (name) m_transcoder->toNqb(attribute->getNodeName(), *name);
     if (value) m_transcoder->toNqb(attribute->getNodeValue(), *value);
