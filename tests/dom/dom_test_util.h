@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "nqdom.h"
 #include "nqdommessages.h"
@@ -12,6 +14,24 @@
 // The text of `s`; "<null>" tells a null string from an empty one.
 inline std::string str(const NqbString& s) {
     return s.isNull() ? "<null>" : std::string(s.asCstr(), static_cast<size_t>(s.length()));
+}
+
+// Not UTF-8: a lead byte followed by no continuation byte.
+inline const char* const kInvalidUtf8 = "\xc3\x28";
+inline const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>";
+
+// "name=value" per attribute, sorted by name, joined by `separator`.
+inline std::string describeAttributes(const NqDomNode& node, const char* separator) {
+    std::vector<std::string> sorted;
+    NqbString name, value;
+    for (int i = 0; i < node.getAttributeCount(); ++i) {
+        node.getAttributeNameValue(i, &name, &value);
+        sorted.push_back(str(name) + "=" + str(value));
+    }
+    std::sort(sorted.begin(), sorted.end());
+    std::string out;
+    for (const std::string& pair : sorted) out += (out.empty() ? "" : separator) + pair;
+    return out;
 }
 
 // Message `id` of the "LibXML" catalogue with its arguments put in.

@@ -2,27 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <map>
 #include <string>
 
 #include "dom_test_util.h"
 
 namespace {
 
-const char* const kInvalidUtf8 = "\xc3\x28";
-
-// "name=value" pairs sorted by name, space-separated, read by index.
 std::string attributes(const NqDomNode& node) {
-    std::map<std::string, std::string> sorted;
-    for (int i = 0; i < node.getAttributeCount(); ++i) {
-        NqbString name;
-        NqbString value;
-        node.getAttributeNameValue(i, &name, &value);
-        sorted[str(name)] = str(value);
-    }
-    std::string out;
-    for (const auto& entry : sorted) out += (out.empty() ? "" : " ") + entry.first + "=" + entry.second;
-    return out;
+    return describeAttributes(node, " ");
 }
 
 using AttributeTest = LoadedDom;
@@ -37,7 +24,7 @@ TEST_F(AttributeTest, NamesAndValuesAreReadAsWritten) {
     } rows[] = {{"p:a", "1"}, {"xmlns:p", "u"}, {"a", "<null>"}, {kInvalidUtf8, "<null>"}, {"b", ""}};
     for (const auto& row : rows) EXPECT_EQ(str(e.getAttributeValue(row.name)), row.value) << row.name;
 
-    for (int index : {-1, 4, 5, INT_MIN, INT_MAX}) {
+    for (int index : {-1, 4, INT_MIN, INT_MAX}) {
         NqbString name("stale");
         NqbString value("stale");
         e.getAttributeNameValue(index, &name, &value);
@@ -77,10 +64,9 @@ TEST_F(AttributeTest, SetWithBadNameFailsAndChangesNothing) {
         const char* uri;  // null: setAttributeValue
         const char* name;
     } rows[] = {
-        {nullptr, "x y"},     {nullptr, ""},           {nullptr, "1a"},
-        {nullptr, "a>"},      {nullptr, kInvalidUtf8}, {"urn:x", "p:1k"},
-        {"", "p:k"},  // a prefix needs a namespace
-        {"urn:x", "xmlns:k"}, {"urn:x", "x y"},        {"urn:x", kInvalidUtf8},
+        {nullptr, "x y"},     {nullptr, kInvalidUtf8},
+        {"urn:x", "p:1k"},    {"", "p:k"},  // a prefix needs a namespace
+        {"urn:x", "xmlns:k"}, {"urn:x", kInvalidUtf8},
     };
     NqDomNode e = load("<e a=\"1\"><f/></e>");
     for (const auto& row : rows) {

@@ -18,8 +18,6 @@ using xercesc::XMLString;
 
 namespace {
 
-const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>";
-
 // a > b > c with a non-ASCII text in c.
 void buildNested(NqDom& dom) {
     ASSERT_TRUE(dom.startNewDocument("a"));

@@ -40,16 +40,8 @@ std::string describeNamespaces(NqDomTemplate& tpl) {
 std::string describeTree(const NqDomNode& node) {
     if (node.isComment()) return "<!--" + str(node.getValue(true)) + "-->";
     std::string out = str(node.getName());
-    std::vector<std::string> attributes;
-    for (int i = 0; i < node.getAttributeCount(); ++i) {
-        NqbString name;
-        NqbString value;
-        node.getAttributeNameValue(i, &name, &value);
-        attributes.push_back(str(name) + "=" + str(value));
-    }
-    std::sort(attributes.begin(), attributes.end());
-    for (size_t i = 0; i < attributes.size(); ++i) out += (i == 0 ? "{" : ",") + attributes[i];
-    if (!attributes.empty()) out += "}";
+    const std::string attributes = describeAttributes(node, ",");
+    if (!attributes.empty()) out += "{" + attributes + "}";
     NqbString text = node.getValue(true);
     text.trim(true, true);
     if (text.length() > 0) out += "\"" + str(text) + "\"";
