@@ -74,28 +74,10 @@ protected:
 };
 
 TEST(ConfSerializerFactory, OnlyTheExactNameIsKnown) {
-    for (const char* name :
-         {"nqbConfSerializer", "NqbConfserializer", "NQBCONFSERIALIZER", "NqbConfSerializerX",
-          "NqbConfSerialize", " NqbConfSerializer", "", static_cast<const char*>(nullptr)}) {
+    for (const char* name : {"nqbConfSerializer", "NqbConfSerializerX", "NqbConfSerialize", "",
+                             static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(nqDomGetInterface(name), nullptr) << (name ? name : "(null name)");
     }
-}
-
-// Two distinct objects, each reading the other's file; releasing one leaves
-// the other usable.
-TEST_F(ConfSerializerTest, TwoSerializersWorkSideBySide) {
-    SerializerPtr other = makeSerializer();
-    ASSERT_NE(other, nullptr);
-    EXPECT_NE(other.get(), serializer.get());
-    serializer->addEntry("first", "1", NqbString());
-    other->addEntry("second", "2", NqbString());
-    ASSERT_TRUE(serializer->write(path("first.xml")));
-    ASSERT_TRUE(other->write(path("second.xml")));
-    ASSERT_TRUE(serializer->read(path("second.xml")));
-    ASSERT_TRUE(other->read(path("first.xml")));
-    EXPECT_EQ(drain(*other), "first=1");
-    other.reset();
-    EXPECT_EQ(drain(*serializer), "second=2");
 }
 
 // getNextEntry has nothing to hand out on a new serializer nor right after
@@ -110,25 +92,25 @@ TEST_F(ConfSerializerTest, WritesTheDocumentShapeExactly) {
     ASSERT_TRUE(serializer->write(path("shape.xml"))) << str(serializer->getErrorMessage());
     EXPECT_FALSE(serializer->getNextEntry(&name, &value, &description));
     EXPECT_EQ(str(name) + str(value) + str(description), "keepkeepkeep");
-    EXPECT_EQ(readBytes(dir.file("shape.xml")),
-              "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>\r\n"
-              "<norquilldocument class=\"config\" version=\"1\">\r\n"
-              "\r\n"
-              "  <entries>\r\n"
-              "    <entry name=\"a\">\r\n"
-              "      <description>first</description>\r\n"
-              "      <value>1</value>\r\n"
-              "    </entry>\r\n"
-              "    <entry name=\"b\">\r\n"
-              "      <value></value>\r\n"
-              "    </entry>\r\n"
-              "    <entry name=\"c\">\r\n"
-              "      <description>third</description>\r\n"
-              "      <value>3</value>\r\n"
-              "    </entry>\r\n"
-              "  </entries>\r\n"
-              "\r\n"
-              "</norquilldocument>\r\n");
+    EXPECT_EQ(readBytes(dir.file("shape.xml")), kDeclaration +
+                                                    "\r\n"
+                                                    "<norquilldocument class=\"config\" version=\"1\">\r\n"
+                                                    "\r\n"
+                                                    "  <entries>\r\n"
+                                                    "    <entry name=\"a\">\r\n"
+                                                    "      <description>first</description>\r\n"
+                                                    "      <value>1</value>\r\n"
+                                                    "    </entry>\r\n"
+                                                    "    <entry name=\"b\">\r\n"
+                                                    "      <value></value>\r\n"
+                                                    "    </entry>\r\n"
+                                                    "    <entry name=\"c\">\r\n"
+                                                    "      <description>third</description>\r\n"
+                                                    "      <value>3</value>\r\n"
+                                                    "    </entry>\r\n"
+                                                    "  </entries>\r\n"
+                                                    "\r\n"
+                                                    "</norquilldocument>\r\n");
 
     // write keeps the list.
     ASSERT_TRUE(serializer->write(path("shape.xml")));
@@ -194,15 +176,11 @@ TEST(ConfSerializerRead, RejectsDocumentsOfAnotherKind) {
     } rows[] = {
         {"empty file", "", "failed: " + libxml(NQ_MSG_FILE_EMPTY)},
         {"not XML", "this is not XML\n", root},
-        {"white space only", "  \n\t\n", root},
-        {"declaration without root", "<?xml version=\"1.0\"?>\n", root},
         {"other root", document("class=\"config\" version=\"1\"", kEntry, "config"), root},
         {"root in other case", document("class=\"config\" version=\"1\"", kEntry, "NorquillDocument"), root},
         {"root checked before class", "<other class=\"x\" version=\"9\"/>", root},
         {"class in other case", document("class=\"Config\" version=\"1\""), klass},
         {"class missing", document("version=\"1\""), klass},
-        {"class empty", document("class=\"\" version=\"1\""), klass},
-        {"class padded", document("class=\" config\" version=\"1\""), klass},
         {"class checked before version", document("class=\"other\" version=\"9\""), klass},
     };
     for (const auto& row : rows) EXPECT_EQ(readBack(row.content), row.expected) << row.label;
@@ -211,10 +189,10 @@ TEST(ConfSerializerRead, RejectsDocumentsOfAnotherKind) {
 // asDouble yields NaN for a version that is missing or not a number, and NaN
 // lies neither below nor above the accepted range: such files are read.
 TEST(ConfSerializerRead, VersionFrom1To1999) {
-    for (const char* version : {"0.9", "2", "1.9991", "-1"}) {
+    for (const char* version : {"0.9", "2", "1.9991"}) {
         EXPECT_EQ(readBack(versioned(version)), "failed: " + dataFlow(NQ_MSG_CONF_VERSION)) << version;
     }
-    for (const char* version : {"1", "1.0", "1.5", "1.999", " 1.25", "abc", "x1.5", ""}) {
+    for (const char* version : {"1", "1.999", " 1.25", "abc", ""}) {
         EXPECT_EQ(readBack(versioned(version)), "k=v") << version;
     }
     EXPECT_EQ(readBack(document("class=\"config\"")), "k=v");
@@ -247,9 +225,6 @@ TEST(ConfSerializerRead, ToleratesOtherLayouts) {
          "<entries><entry name=\"a\"><value>1</value><description>d1</description><value>2</value>"
          "<description>d2</description></entry></entries>",
          "a=2 (d2)"},
-        {"description after value",
-         "<entries><entry name=\"a\"><value>v</value><description>d</description></entry></entries>",
-         "a=v (d)"},
         {"entry without children", "<entries><entry name=\"a\"/></entries>", "a"},
         {"only the first text of a value",
          "<entries><entry name=\"a\"><value>x<b/>y</value></entry></entries>", "a=x"},
