@@ -46,10 +46,7 @@ TEST_F(FileHelpers, ReadReturnsTheBytesUpToTheFirstZero) {
         std::string bytes;
         std::string expected;
     } rows[] = {
-        {"plain", "hello", "hello"},
-        {"byte-order mark kept", "\xEF\xBB\xBF<a/>", "\xEF\xBB\xBF<a/>"},
-        {"line ends untouched", "a\r\nb\rc\n", "a\r\nb\rc\n"},
-        {"not UTF-8, still moved", "caf\xE9", "caf\xE9"},
+        {"bytes as they are", "\xEF\xBB\xBF<a>\r\nb\rcaf\xE9</a>\n", "\xEF\xBB\xBF<a>\r\nb\rcaf\xE9</a>\n"},
         {"embedded zero ends it", std::string("ab\0cd", 5), "ab"},
         {"zero first", std::string("\0abc", 4), ""},
         {"one byte", "x", "x"},
@@ -80,10 +77,8 @@ TEST_F(FileHelpers, ReadFailuresNameTheirCause) {
         {"missing", nullptr, {}, 0, NQ_MSG_OPEN_READ, true},
         {"empty", "", {}, 0, NQ_MSG_FILE_EMPTY, false},
         {"shrank to half before the read", "0123456789", {-2, path, 5, -1}, 0, NQ_MSG_READ_SHORT, true},
-        {"emptied before the read", "0123456789", {-2, path, 0, -1}, 0, NQ_MSG_READ_SHORT, true},
         {"length not found", "<a/>", {-1, "", 0, -1}, 0, NQ_MSG_READ_SHORT, true},
         {"allocator refuses length + 1", big.c_str(), {}, 12346, NQ_MSG_NO_MEMORY, false},
-        {"length beyond any memory", "<a/>", {std::int64_t{1} << 50, "", 0, -1}, 0, NQ_MSG_NO_MEMORY, false},
         {"length past 32 bits", "<a/>", {std::int64_t{1} << 31, "", 0, -1}, 0, NQ_MSG_NO_MEMORY, false},
     };
     for (const auto& row : rows) {
@@ -105,7 +100,6 @@ TEST_F(FileHelpers, WriteCreatesOrReplacesTheWholeFile) {
         std::string previous;  // empty: no file before
         std::string text;
     } rows[] = {
-        {"new file", "", "<a/>"},
         {"empty text leaves an empty file", "", ""},
         {"shorter over longer leaves no old bytes", std::string(500, 'o'), "<b/>"},
         {"empty over existing", "old content", ""},

@@ -74,11 +74,8 @@ TEST(Parse, BadTextSucceedsWithWhatTheParserBuilt) {
     } rows[] = {
         {NqbString(), nullptr},
         {NqbString(""), nullptr},
-        {NqbString("not xml"), nullptr},
         {NqbString("<a><b></a>"), "a"},
-        {NqbString("<a/><b/>"), "a"},
         {NqbString("<a x='1' x='2'/>"), nullptr},
-        {NqbString("<a>\xc3</a>"), nullptr},
         {NqbString("<!DOCTYPE a SYSTEM '/nonexistent/a.dtd'><a/>"), nullptr},
     };
     for (const auto& row : rows) {
@@ -126,7 +123,6 @@ TEST(Parse, UnreadableFileKeepsTheDocument) {
         bool namesFile;
     } rows[] = {
         {"missing.xml", nullptr, NQ_MSG_OPEN_READ, true},
-        {"none/doc.xml", nullptr, NQ_MSG_OPEN_READ, true},
         {"empty.xml", "", NQ_MSG_FILE_EMPTY, false},
     };
     for (const auto& row : rows) {

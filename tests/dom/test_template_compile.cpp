@@ -100,7 +100,6 @@ std::string compiled(const char* text) {
 TEST(TemplateCompileTest, NamespacesSkeletonsAndFailures) {
     // NAMESPACE_ERR: the DOM refuses the name.
     const std::string refused = "failed: " + libxml(NQ_MSG_CREATE_EXCEPTION, 14);
-    const std::string noRoot = "failed: " + libxml(NQ_MSG_NO_ROOT);
     const std::string count = "failed: " + libxml(NQ_MSG_VARIABLE_COUNT);
     const struct {
         const char* label;
@@ -117,8 +116,6 @@ TEST(TemplateCompileTest, NamespacesSkeletonsAndFailures) {
         {"default namespace on the root", R"(<r xmlns="u"><c/></r>)", "=u | r{xmlns=u}[c]"},
         {"a second default namespace gets a generated prefix", R"(<r xmlns="u1"><c xmlns="u2"><d/></c></r>)",
          "=u1 nq1ns=u2 | r{xmlns=u1}[nq1ns:c{xmlns:nq1ns=u2}[nq1ns:d]]"},
-        {"declared on an element outside the namespace", R"(<r xmlns:p="u"><p:c/></r>)",
-         "p=u | r{xmlns:p=u}[p:c]"},
         {"default declared on an element outside it", R"(<p:r xmlns:p="u1" xmlns="u2"/>)",
          "=u2 p=u1 | p:r{xmlns:p=u1,xmlns=u2}"},
         {"prefixed attribute namespaced, plain one not, declared once", R"(<r xmlns:p="u" p:a="1" b="2"/>)",
@@ -135,8 +132,7 @@ TEST(TemplateCompileTest, NamespacesSkeletonsAndFailures) {
         {"undeclared prefixes stay without namespace", R"(<r q:a="1"><q:c q:d="2"/></r>)",
          " | r{q:a=1}[q:c{q:d=2}]"},
         {"nothing outside the document element", "<!-- before --><?pi x?><r/><!-- after -->", " | r"},
-        {"empty text", "", noRoot},
-        {"only a comment", "<!-- no element -->", noRoot},
+        {"only a comment", "<!-- no element -->", "failed: " + libxml(NQ_MSG_NO_ROOT)},
         {"two variables in a text", "<r>${x}${y}</r>",
          "failed: " + libxml(NQ_MSG_MANY_VARIABLES, "/r", "Element")},
         {"two variables in an attribute, path in skeleton names",
@@ -195,11 +191,7 @@ TEST(TemplateCompileTest, ErrorMessageIsNullAfterSuccessAndTemplateOutlivesDocum
 
 TEST(TemplateCompileTest, DeepNestingCompiles) {
     std::string open, close, path;
-    for (int i = 0; i < 500; ++i) {
-        open += "<e>";
-        close += "</e>";
-        path += "/e";
-    }
+    for (int i = 0; i < 500; ++i) open += "<e>", close += "</e>", path += "/e";
     NqDom dom;
     TemplatePtr tpl(dom.getTemplate((open + "${deep}" + close).c_str()));
     ASSERT_NE(tpl, nullptr) << str(dom.getErrorMessage());
@@ -233,7 +225,6 @@ TEST(TemplateCompileTest, CrossCheckComparesBothSetsOfNames) {
     } rows[] = {
         {"same names in another order", {"Other", "name"}, "<null>"},
         {"a name in other letter case", {"name", "other"}, libxml(NQ_MSG_VARIABLE_NOT_FOUND, "other")},
-        {"an unknown name", {"name", "third"}, libxml(NQ_MSG_VARIABLE_NOT_FOUND, "third")},
         {"fewer names", {"name"}, libxml(NQ_MSG_VARIABLE_COUNT)},
         {"more names", {"name", "Other", "third"}, libxml(NQ_MSG_VARIABLE_COUNT)},
     };

