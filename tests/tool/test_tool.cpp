@@ -274,7 +274,6 @@ TEST(Tool, Format) {
 }
 
 TEST(Tool, Tree) {
-    Files bad = {{"bad.xml", "<a><b x='1'></a>"}};
     runAll({
         {{"tree", kMenu}, 0, {
             "=menu\n  @lang=\"fr\"\n  @week=\"48\"\n  <!-- Desserts first, as always -->\n"
@@ -307,9 +306,8 @@ TEST(Tool, Tree) {
           "~\n]}\n"}},
         {{"tree", "$T/d.xml"}, 0, {"#5000:\n", "~\n" + std::string(2 * 4999, ' ') + "e\n"}, "",
          {{"d.xml", nest(5000, "")}}},
-        {{"tree", "$T/missing.xml"}, 1, {}, "LibXML 1041"},
-        {{"tree", "$T/bad.xml"}, 1, {}, "line 1, column 13: end tag </a> does not match <b>", bad},
-        {{"tree", "--json", "$T/bad.xml"}, 1, {}, "not well-formed", bad},
+        {{"tree", "$T/bad.xml"}, 1, {}, "line 1, column 13: end tag </a> does not match <b>",
+         {{"bad.xml", "<a><b x='1'></a>"}}},
     });
 }
 
@@ -360,7 +358,6 @@ TEST(Tool, Conf) {
          {"=" + list.substr(list.find("# TCP"))}, "", copy},
         {{"conf", "unset", "$T/s.xml", "nothere"}, 1, {}, "no entry named \"nothere\"", copy, unchanged},
         {{"conf", "unset", "$T/missing.xml", "x"}, 1, {}, "LibXML 1041", {}, {{"*", "="}}},
-        {{"conf", "list", "$T/missing.xml"}, 1, {}, "LibXML 1041"},
         {{"conf", "list", "$T/v2.xml"}, 1, {}, "Data flow 290", {{"v2.xml", v2}}},
         {{"conf", "get", "$T/v2.xml", "x"}, 1, {}, "Data flow 290", {{"v2.xml", v2}}},
     });
@@ -412,7 +409,6 @@ TEST(Tool, Template) {
         {{"template", "$T/t.xml"}, 1, {}, "LibXML 1666", {{"t.xml", "<r><v>${a}</v><w>${A}</w></r>"}}},
         {{"template", "$T/t.xml"}, 1, {}, "not well-formed XML: line 1, column 15: missing end tag </r>",
          {{"t.xml", "<r><v>${a}</v>"}}},
-        {{"template", "$T/missing.xml"}, 1, {}, "LibXML 1041"},
         {{"template", "$T/t.xml"}, 1, {}, "elements nested deeper than 1000 levels",
          {{"t.xml", nest(1001, "${x}")}}},
     });
