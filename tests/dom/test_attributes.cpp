@@ -114,23 +114,4 @@ TEST_F(AttributeTest, ClearEndsWhenDefaultsComeBack) {
     EXPECT_EQ(attributes(e), "d=dv z=zv");
 }
 
-TEST_F(AttributeTest, NullAndCommentHandlesHaveNoAttributes) {
-    NqDomNode root = load("<e a=\"1\"><!--c--></e>");
-    const NqDomNode handles[] = {NqDomNode(), root.getFirstChild(true)};
-    ASSERT_TRUE(handles[1].isComment());
-    for (NqDomNode handle : handles) {
-        EXPECT_EQ(handle.getAttributeCount(), 0);
-        NqbString name("stale");
-        NqbString value("stale");
-        handle.getAttributeNameValue(0, &name, &value);
-        EXPECT_TRUE(name.isNull());
-        EXPECT_TRUE(value.isNull());
-        EXPECT_EQ(str(handle.getAttributeValue("a")), "<null>");
-        EXPECT_FALSE(handle.setAttributeValue("k", "v"));
-        EXPECT_FALSE(handle.setAttributeValueNS("urn:x", "p:k", "v"));
-        handle.clearAttributes();
-    }
-    EXPECT_EQ(xml(), "<e a=\"1\"><!--c--></e>");
-}
-
 }  // namespace

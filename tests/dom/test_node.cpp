@@ -54,9 +54,9 @@ TEST_F(NodeTest, WalkingSeesOnlyElementsAndOptionallyComments) {
 }
 
 // A comment handle only walks sideways and reads its text; neither it nor a
-// null handle builds anything.
+// null handle builds anything or has attributes.
 TEST_F(NodeTest, CommentAndNullHandlesDoNotBuild) {
-    NqDomNode root = load("<a><!--c--><b><e/></b></a>");
+    NqDomNode root = load("<a k=\"1\"><!--c--><b><e/></b></a>");
     const struct {
         NqDomNode handle;
         bool comment;
@@ -79,13 +79,21 @@ TEST_F(NodeTest, CommentAndNullHandlesDoNotBuild) {
         EXPECT_TRUE(row.handle.addChild("x").null());
         EXPECT_TRUE(row.handle.addChildNS("urn:x", "p:x").null());
         EXPECT_TRUE(row.handle.addChild(root.getFirstChild(false)).null());
-        EXPECT_EQ(xml(), "<a><!--c--><b><e/></b></a>");
+        EXPECT_EQ(row.handle.getAttributeCount(), 0);
+        NqbString name("stale"), value("stale");
+        row.handle.getAttributeNameValue(0, &name, &value);
+        EXPECT_EQ(str(name) + str(value), "<null><null>");
+        EXPECT_EQ(str(row.handle.getAttributeValue("k")), "<null>");
+        EXPECT_FALSE(row.handle.setAttributeValue("k", "v"));
+        EXPECT_FALSE(row.handle.setAttributeValueNS("urn:x", "p:k", "v"));
+        row.handle.clearAttributes();
+        EXPECT_EQ(xml(), "<a k=\"1\"><!--c--><b><e/></b></a>");
     }
     NqDomNode none;
     EXPECT_TRUE(root.addChild(none).null());
     none.remove();
     EXPECT_TRUE(none.null());
-    EXPECT_EQ(xml(), "<a><!--c--><b><e/></b></a>");
+    EXPECT_EQ(xml(), "<a k=\"1\"><!--c--><b><e/></b></a>");
 }
 
 TEST_F(NodeTest, ValueReadsDirectTextChildren) {
