@@ -17,7 +17,13 @@ build: deps
 	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS)
 	cmake --build $(BUILD_DIR) -j $(JOBS)
 
-demo: build
+# The build's own output goes to a log, shown only when the build fails.
+demo: deps
+	@mkdir -p $(BUILD_DIR)
+	@echo "Building nqdom (log: $(BUILD_DIR)/demo-build.log)"
+	@{ cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS) && \
+		cmake --build $(BUILD_DIR) -j $(JOBS) --target nqdom_tool; } >$(BUILD_DIR)/demo-build.log 2>&1 || \
+		{ cat $(BUILD_DIR)/demo-build.log; exit 1; }
 	@sh scripts/demo.sh $(BUILD_DIR)/tools/nqdom/nqdom
 
 test: build

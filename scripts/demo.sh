@@ -1,5 +1,5 @@
 #!/bin/sh
-# Runs the nqdom command line on the shipped examples, showing each command
+# Runs the nqdom command line on copies of the shipped examples, showing each command
 # before its output. Exits non-zero when a command ends otherwise than shown.
 # Usage: demo.sh PATH-TO-NQDOM
 set -eu
@@ -9,9 +9,13 @@ if [ $# -ne 1 ] || [ ! -x "$1" ]; then
   exit 2
 fi
 tool=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-cd "$(dirname "$0")/.."
+examples="$(cd "$(dirname "$0")/.." && pwd)/examples"
+# The demo runs in a temporary folder on copies of the examples, so that a
+# faulty tool cannot write into the source tree.
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+cp -R "$examples" "$work/examples"
+cd "$work"
 surprises=0
 
 # expect STATUS WORDS...: shows the command as typed (quoting words with
@@ -42,13 +46,9 @@ expect 0 format --pretty examples/menu.xml
 expect 0 conf list examples/settings.xml
 expect 0 conf list --json examples/settings.xml
 
-printf '\n# conf set and unset on a copy of examples/settings.xml\n'
-cp examples/settings.xml "$work/settings.xml"
-cd "$work"
-expect 0 conf set settings.xml server.port 9090 --description "Port for the demo"
-expect 0 conf unset settings.xml greeting
-expect 0 conf list settings.xml
-cd - >/dev/null
+expect 0 conf set examples/settings.xml server.port 9090 --description "Port for the demo"
+expect 0 conf unset examples/settings.xml greeting
+expect 0 conf list examples/settings.xml
 
 expect 0 template examples/order-template.xml
 expect 0 fill examples/order-template.xml --values examples/order-values.xml note="Leave at the door"

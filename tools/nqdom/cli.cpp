@@ -28,6 +28,7 @@ std::string takeOption(const CommandInfo& info, const std::vector<std::string>& 
         args->values[name] = "";
         return "";
     }
+    if (args->has(name.c_str())) return "option " + name + " given twice";
     if (equals != std::string::npos) {
         args->values[name] = word.substr(equals + 1);
         return "";
@@ -119,6 +120,11 @@ int failure(const CommandInfo& info, const std::string& message) {
 
 int failure(const CommandInfo& info, const NqbString& message) {
     return failure(info, messageText(message));
+}
+
+void warnNotInSkeleton(const CommandInfo& info, const std::vector<std::string>& dropped) {
+    for (const std::string& what : dropped)
+        std::fprintf(stderr, "nqdom %s: warning: the skeleton leaves out %s\n", info.name, what.c_str());
 }
 
 std::string messageText(const NqbString& message) {

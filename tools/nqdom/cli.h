@@ -51,6 +51,8 @@ int usageError(const CommandInfo& info, const std::string& problem);
 // Prints "nqdom CMD: message" to stderr; returns 1.
 int failure(const CommandInfo& info, const std::string& message);
 int failure(const CommandInfo& info, const NqbString& message);
+// Prints "nqdom CMD: warning: the skeleton leaves out WHAT" for each of `dropped`.
+void warnNotInSkeleton(const CommandInfo& info, const std::vector<std::string>& dropped);
 // The library's failure text, never empty.
 std::string messageText(const NqbString& message);
 

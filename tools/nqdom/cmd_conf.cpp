@@ -27,7 +27,7 @@ const CommandInfo kListInfo = {"conf list",
                                "Prints every entry of FILE in file order: its description as a\n"
                                "\"# \" line when it has one, then NAME=VALUE.\n"
                                "\n"
-                               "  --json   an array of {\"name\", \"value\", \"description\"}\n",
+                               "  --json   an array of {\"name\", \"value\", \"description\"}, all strings\n",
                                {{"--json", false}},
                                1,
                                1};
@@ -70,8 +70,10 @@ int runList(const Words& argv) {
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const ConfEntry& entry = entries[i];
         if (json) {
-            writeOut("  {\"name\": " + jsonString(entry.name) + ", \"value\": " + jsonString(entry.value) +
-                     ", \"description\": " + jsonString(entry.description) + "}" +
+            // An empty value or description reads back as a null string.
+            writeOut("  {\"name\": " + jsonString(entry.name) +
+                     ", \"value\": " + jsonString(std::string(entry.value.asCstr())) +
+                     ", \"description\": " + jsonString(std::string(entry.description.asCstr())) + "}" +
                      (i + 1 < entries.size() ? ",\n" : "\n"));
             continue;
         }

@@ -20,7 +20,12 @@ const CommandInfo kInfo = {"fill",
                            "\n"
                            "  --values FILE   take values from a configuration entries file; NAME=VALUE\n"
                            "                  arguments take precedence, entries unknown to the template\n"
-                           "                  are ignored\n",
+                           "                  are ignored\n"
+                           "\n"
+                           "Template rules: an element's text or an attribute's value holds at most one\n"
+                           "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
+                           "in more than letter case. CDATA sections and processing instructions are not\n"
+                           "carried into the skeleton: a warning names each one left out.\n",
                            {{"--values", true}},
                            1,
                            kUnlimited};
@@ -183,8 +188,10 @@ int runFill(const Words& argv) {
     }
 
     std::string problem;
-    TemplatePtr compiled = compileTemplateFile(args.positional[0], &problem);
+    std::vector<std::string> dropped;
+    TemplatePtr compiled = compileTemplateFile(args.positional[0], &problem, &dropped);
     if (!compiled) return failure(kInfo, problem);
+    warnNotInSkeleton(kInfo, dropped);
     TemplateNames names = namesOf(*compiled);
 
     ValueMap values;

@@ -1,8 +1,9 @@
-// nqdom format: load a document and write it back as the library writes it.
+// nqdom format: load a document and write it back as the library writes it,
+// or indented.
 #include "cli.h"
 #include "commands.h"
 #include "input.h"
-#include "tree_walk.h"
+#include "markup.h"
 
 namespace nqtool {
 namespace {
@@ -11,27 +12,45 @@ const CommandInfo kInfo = {"format",
                            "format [--pretty] [-o OUT] FILE|-",
                            "Loads the document in FILE (\"-\": standard input) and writes it back as UTF-8.\n"
                            "\n"
-                           "  --pretty   indent, with CR LF line ends\n"
+                           "  --pretty   one element, comment or processing instruction per line, indented\n"
+                           "             by two spaces, lines ending in LF; only elements that hold nothing\n"
+                           "             but markup and white space are indented, so mixed content and\n"
+                           "             xml:space=\"preserve\" keep their text as it is\n"
                            "  -o OUT     write to the file OUT instead of standard output\n",
                            {{"--pretty", false}, {"-o", true}},
                            1,
                            1};
 
-// Drops the indentation the document came with, so that pretty printing
-// indents afresh instead of adding its line ends to the old ones. Only
-// elements with child elements or comments and nothing but white space
-// between them are touched; mixed content keeps its text.
-class IndentationRemover : public TreeVisitor {
-public:
-    void enter(NqDomNode& node, std::size_t, bool hasChildren) override {
-        if (!hasChildren) return;
-        NqbString text = node.getValue(true);
-        if (text.isNull()) return;
-        text.trim(true, true);
-        if (text.length() == 0) node.setValue(NqbString("", true));
+// Indents the compact text. Line ends are LF throughout: the parser hands
+// every text over with LF line ends, so LF is the one kind that leaves each
+// text as the document holds it (the library's own pretty form ends its
+// lines with CR LF and keeps the texts' LF).
+std::string indent(std::string_view compact) {
+    std::vector<bool> indentable = indentableElements(compact);
+    std::vector<bool> open;  // per open element: whether its content is indented
+    std::size_t started = 0;
+    std::string out;
+    out.reserve(compact.size() + compact.size() / 4);
+    MarkupReader reader(compact);
+    for (Piece piece; reader.next(&piece);) {
+        if (piece.kind == Markup::End) {
+            bool indented = open.back();
+            open.pop_back();
+            if (indented) out.append("\n").append(2 * open.size(), ' ');
+            out.append(piece.raw);
+            continue;
+        }
+        bool indenting = open.empty() || open.back();
+        // In indented content, text is white space only: the indentation replaces it.
+        if (indenting && piece.kind == Markup::Text) continue;
+        if (indenting && !out.empty()) out.append("\n").append(2 * open.size(), ' ');
+        out.append(piece.raw);
+        if (piece.kind != Markup::Start) continue;
+        bool own = indentable[started++];
+        open.push_back(indenting && own);
     }
-    void leave(std::size_t, bool) override {}
-};
+    return out.append("\n");
+}
 
 }  // namespace
 
@@ -40,26 +59,31 @@ int runFormat(const Words& argv) {
     int status = parseArgs(kInfo, argv, &args);
     if (status >= 0) return status;
 
-    NqDom doc;
+    NqbString text;
     std::string problem;
-    if (!loadDocument(doc, args.positional[0], &problem)) return failure(kInfo, problem);
-
-    bool pretty = args.has("--pretty");
-    if (pretty) {
-        IndentationRemover remover;
-        walkTree(doc.getRoot(), remover);
-    }
+    if (!loadAndSerialize(args.positional[0], &text, &problem)) return failure(kInfo, problem);
     const std::string* output = args.value("-o");
-    if (output && *output != "-") {
-        if (!doc.createFile(toNqb(*output), pretty)) return failure(kInfo, doc.getErrorMessage());
-        return kExitOk;
+    bool toFile = output && *output != "-";
+    bool pretty = args.has("--pretty");
+    if (!pretty && !toFile) {
+        writeOut(text);
+        // The compact form has no final line end; a terminal wants one.
+        if (text.length() == 0 || text.asCstr()[text.length() - 1] != '\n') writeOut(std::string("\n"));
+        return finishOutput(kInfo);
     }
-    NqbString text = doc.createXML(pretty);
-    if (text.isNull()) return failure(kInfo, doc.getErrorMessage());
-    writeOut(text);
-    // The compact form has no final line end; a terminal wants one.
-    if (text.length() == 0 || text.asCstr()[text.length() - 1] != '\n') writeOut(std::string("\n"));
-    return finishOutput(kInfo);
+    if (pretty) {
+        std::string indented =
+            indent(std::string_view(text.asCstr(), static_cast<std::size_t>(text.length())));
+        text.setNull();
+        if (!toFile) {
+            writeOut(indented);
+            return finishOutput(kInfo);
+        }
+        text.assign(indented.data(), static_cast<int>(indented.size()));
+    }
+    NqbString error;
+    if (!nqDomWriteStringToFile(toNqb(*output), text, &error)) return failure(kInfo, error);
+    return kExitOk;
 }
 
 }  // namespace nqtool

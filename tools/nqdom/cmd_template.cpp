@@ -14,7 +14,12 @@ const CommandInfo kInfo = {"template",
                            "Compiles the template in FILE and prints its variables (index, name, whether\n"
                            "optional, XPath), its namespaces (prefix, URI) and its skeleton.\n"
                            "\n"
-                           "  --json   one object with \"variables\", \"namespaces\" and \"skeleton\"\n",
+                           "  --json   one object with \"variables\", \"namespaces\" and \"skeleton\"\n"
+                           "\n"
+                           "Template rules: an element's text or an attribute's value holds at most one\n"
+                           "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
+                           "in more than letter case. CDATA sections and processing instructions are not\n"
+                           "carried into the skeleton: a warning names each one left out.\n",
                            {{"--json", false}},
                            1,
                            1};
@@ -113,8 +118,10 @@ int runTemplate(const Words& argv) {
     if (status >= 0) return status;
 
     std::string problem;
-    TemplatePtr compiled = compileTemplateFile(args.positional[0], &problem);
+    std::vector<std::string> dropped;
+    TemplatePtr compiled = compileTemplateFile(args.positional[0], &problem, &dropped);
     if (!compiled) return failure(kInfo, problem);
+    warnNotInSkeleton(kInfo, dropped);
     std::vector<Variable> variables = variablesOf(*compiled);
     std::vector<Namespace> namespaces = namespacesOf(*compiled);
     NqbString skeleton = compiled->getSkeleton();

@@ -1,84 +1,173 @@
-// nqdom tree: an outline of a document, written while walking it so that a
-// large document never needs a second copy in memory.
+// nqdom tree: an outline of a document, written while reading the text the
+// library writes for it, so that a large document never needs a second copy
+// in memory and nothing the node handles cannot reach is left out.
 #include "cli.h"
 #include "commands.h"
 #include "input.h"
-#include "tree_walk.h"
+#include "markup.h"
 
 namespace nqtool {
 namespace {
 
 const CommandInfo kInfo = {"tree",
                            "tree [--json] FILE|-",
-                           "Prints the elements, comments, attributes and text of the document in FILE\n"
-                           "(\"-\": standard input), indented by depth. Text is an element's own text,\n"
-                           "trimmed; white space only text is left out.\n"
+                           "Prints the document in FILE (\"-\": standard input) in document order: its\n"
+                           "document type, comments, processing instructions, elements with their\n"
+                           "attributes, and text (CDATA sections and entity text included), indented by\n"
+                           "depth. Text is shown with runs of white space as one space; text that is\n"
+                           "white space only is left out.\n"
                            "\n"
-                           "  --json   one JSON object per node, nested by \"children\"\n",
+                           "  --json   one object per node, nested by \"children\"; texts exactly as the\n"
+                           "           document holds them, without the white space between elements\n"
+                           "           that hold only markup\n",
                            {{"--json", false}},
                            1,
                            1};
 
-NqbString trimmedText(const NqDomNode& node) {
-    NqbString text = node.getValue(true);
-    if (!text.isNull()) text.trim(true, true);
-    return text;
-}
+// Entities within entities deeper than this are shown as references.
+const int kMaxExpansions = 32;
 
-class OutlineWriter : public TreeVisitor {
+class TreeWriter {
 public:
-    void enter(NqDomNode& node, std::size_t depth, bool) override {
-        std::string indent(depth * 2, ' ');
-        if (node.isComment()) {
-            writeOut(indent + "<!-- " + collapseSpace(node.getValue(true).asCstr()) + " -->\n");
-            return;
-        }
-        writeOut(indent + node.getName().asCstr() + "\n");
-        indent += "  ";
-        NqbString name, value;
-        for (int i = 0; i < node.getAttributeCount(); ++i) {
-            node.getAttributeNameValue(i, &name, &value);
-            writeOut(indent + "@" + name.asCstr() + "=\"" + value.asCstr() + "\"\n");
-        }
-        std::string text = collapseSpace(node.getValue(true).asCstr());
-        if (!text.empty()) writeOut(indent + "\"" + text + "\"\n");
-    }
-    void leave(std::size_t, bool) override {}
-};
+    TreeWriter(bool json, std::string_view compact)
+        : m_json(json), m_indentable(indentableElements(compact)) {}
 
-// Nested JSON: {"type", "name", "attributes", "text", "children"} for an
-// element, {"type", "text"} for a comment; one node per line.
-class JsonWriter : public TreeVisitor {
-public:
-    void enter(NqDomNode& node, std::size_t depth, bool hasChildren) override {
-        if (depth > 0) writeOut(m_firstChild ? std::string("\n") : std::string(",\n"));
-        writeOut(std::string(depth * 2, ' '));
-        m_firstChild = false;
-        if (node.isComment()) {
-            writeOut("{\"type\": \"comment\", \"text\": " + jsonString(trimmedText(node)) + "}");
-            return;
-        }
-        std::string head =
-            "{\"type\": \"element\", \"name\": " + jsonString(node.getName()) + ", \"attributes\": {";
-        NqbString name, value;
-        for (int i = 0; i < node.getAttributeCount(); ++i) {
-            node.getAttributeNameValue(i, &name, &value);
-            if (i > 0) head += ", ";
-            head += jsonString(name) + ": " + jsonString(value);
-        }
-        NqbString text = trimmedText(node);
-        if (text.length() == 0) text.setNull();
-        head += "}, \"text\": " + jsonString(text) + ", \"children\": [";
-        writeOut(head);
-        m_firstChild = hasChildren;
-    }
-    void leave(std::size_t depth, bool hadChildren) override {
-        if (hadChildren) writeOut("\n" + std::string(depth * 2, ' '));
-        writeOut(std::string(depth == 0 ? "]}\n" : "]}"));
+    void write(std::string_view compact) {
+        if (m_json) writeOut(std::string("{\"type\": \"document\", \"children\": ["));
+        m_firstChild = true;
+        feed(compact, 0);
+        if (m_json) writeOut(std::string(m_firstChild ? "]}\n" : "\n]}\n"));
     }
 
 private:
-    bool m_firstChild = false;
+    void feed(std::string_view content, int expansions) {
+        MarkupReader reader(content);
+        for (Piece piece; reader.next(&piece);) {
+            if (piece.kind == Markup::Text) {
+                addText(piece.raw, expansions);
+                continue;
+            }
+            if (piece.kind == Markup::CData) {
+                m_text.append(innerText(piece));
+                continue;
+            }
+            flushText();
+            take(piece, expansions);
+        }
+    }
+
+    void take(const Piece& piece, int expansions) {
+        switch (piece.kind) {
+            case Markup::Doctype:
+                m_entities = internalEntities(piece.raw);
+                item(m_json ? "{\"type\": \"doctype\", \"text\": " + jsonString(std::string(piece.raw)) + "}"
+                            : collapseSpace(std::string(piece.raw).c_str()));
+                return;
+            case Markup::Comment: {
+                std::string text(innerText(piece));
+                item(m_json ? "{\"type\": \"comment\", \"text\": " + jsonString(text) + "}"
+                            : "<!-- " + collapseSpace(text.c_str()) + " -->");
+                return;
+            }
+            case Markup::Pi:
+                pi(std::string(innerText(piece)));
+                return;
+            case Markup::Start:
+            case Markup::Empty:
+                element(piece, expansions);
+                return;
+            case Markup::End:
+                close();
+                return;
+            default:
+                return;  // the declaration the library writes first
+        }
+    }
+
+    void pi(const std::string& inner) {
+        std::size_t space = std::min(inner.find_first_of(" \t\r\n"), inner.size());
+        std::size_t data = std::min(inner.find_first_not_of(" \t\r\n", space), inner.size());
+        item(m_json ? "{\"type\": \"pi\", \"target\": " + jsonString(inner.substr(0, space)) +
+                          ", \"data\": " + jsonString(inner.substr(data)) + "}"
+                    : "<?" + collapseSpace(inner.c_str()) + "?>");
+    }
+
+    void element(const Piece& piece, int expansions) {
+        std::string name(tagName(piece.raw));
+        Attributes attributes = attributesOf(piece.raw);
+        if (m_json) {
+            std::string head =
+                "{\"type\": \"element\", \"name\": " + jsonString(name) + ", \"attributes\": {";
+            for (std::size_t i = 0; i < attributes.size(); ++i) {
+                head += (i > 0 ? ", " : "") + jsonString(attributes[i].first) + ": " +
+                        jsonString(attributes[i].second);
+            }
+            item(head + "}, \"children\": [");
+        } else {
+            item(name);
+            std::string indent(2 * m_open.size() + 2, ' ');
+            for (const auto& [attribute, value] : attributes)
+                writeOut(indent + "@" + attribute + "=" + jsonString(value) + "\n");
+        }
+        // Elements from entity text were not counted with the document's own.
+        bool elementOnly = piece.kind == Markup::Start && expansions == 0 && m_indentable[m_started++];
+        if (piece.kind == Markup::Start) {
+            m_open.push_back(elementOnly);
+            m_firstChild = true;
+            return;
+        }
+        if (m_json) writeOut(std::string("]}"));
+        m_firstChild = false;
+    }
+
+    void close() {
+        m_open.pop_back();
+        if (m_json)
+            writeOut(m_firstChild ? std::string("]}")
+                                  : "\n" + std::string(2 * m_open.size() + 2, ' ') + "]}");
+        m_firstChild = false;
+    }
+
+    void addText(std::string_view raw, int expansions) {
+        for (std::size_t at = 0; at < raw.size();) {
+            std::string_view name = decodeUntilEntity(raw, &at, &m_text);
+            if (name.empty()) continue;
+            auto found = m_entities.find(name);
+            if (found == m_entities.end() || expansions >= kMaxExpansions) {
+                m_text.append("&").append(name).append(";");
+                continue;
+            }
+            feed(found->second, expansions + 1);
+        }
+    }
+
+    void flushText() {
+        if (m_text.empty()) return;
+        std::string text;
+        text.swap(m_text);
+        bool blank = isSpace(text);
+        if (m_json && !(blank && !m_open.empty() && m_open.back()))
+            item("{\"type\": \"text\", \"text\": " + jsonString(text) + "}");
+        if (!m_json && !blank) item(jsonString(collapseSpace(text.c_str())));
+    }
+
+    // One node at the current depth.
+    void item(const std::string& text) {
+        if (!m_json) {
+            writeOut(std::string(2 * m_open.size(), ' ') + text + "\n");
+            return;
+        }
+        writeOut((m_firstChild ? "\n" : ",\n") + std::string(2 * m_open.size() + 2, ' ') + text);
+        m_firstChild = false;
+    }
+
+    bool m_json;
+    std::vector<bool> m_indentable;
+    std::size_t m_started = 0;
+    std::vector<bool> m_open;  // per open element: whether it holds only markup
+    bool m_firstChild = true;
+    std::string m_text;  // text not yet written
+    Entities m_entities;
 };
 
 }  // namespace
@@ -88,18 +177,11 @@ int runTree(const Words& argv) {
     int status = parseArgs(kInfo, argv, &args);
     if (status >= 0) return status;
 
-    NqDom doc;
+    NqbString compact;
     std::string problem;
-    if (!loadDocument(doc, args.positional[0], &problem)) return failure(kInfo, problem);
-    NqDomNode root = doc.getRoot();
-
-    if (args.has("--json")) {
-        JsonWriter writer;
-        walkTree(root, writer);
-    } else {
-        OutlineWriter writer;
-        walkTree(root, writer);
-    }
+    if (!loadAndSerialize(args.positional[0], &compact, &problem)) return failure(kInfo, problem);
+    std::string_view text(compact.asCstr(), static_cast<std::size_t>(compact.length()));
+    TreeWriter(args.has("--json"), text).write(text);
     return finishOutput(kInfo);
 }
 

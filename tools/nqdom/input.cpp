@@ -1,10 +1,14 @@
 #include "input.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <vector>
 
+#include "markup.h"
 #include "xml_check.h"
 
 namespace nqtool {
@@ -44,15 +48,27 @@ std::string nameOf(const std::string& source) {
 
 }  // namespace
 
-bool readSource(const std::string& source, NqbString* text, std::string* problem) {
-    if (source == "-") return readStandardInput(text, problem);
-    // The library would take a directory's size for a file's and fail to
-    // allocate it.
-    struct stat info;
-    if (stat(source.c_str(), &info) == 0 && S_ISDIR(info.st_mode)) {
-        *problem = source + " is a directory";
+bool checkReadable(const std::string& file, std::string* problem) {
+    // Non-blocking, so that a FIFO without a writer does not hang the check.
+    int fd = open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0) {
+        int error = errno;
+        *problem = "cannot read " + file + ": " +
+                   (error == ENOENT   ? "no such file"
+                    : error == EACCES ? "permission denied"
+                                      : std::strerror(error));
         return false;
     }
+    struct stat info;
+    bool folder = fstat(fd, &info) == 0 && S_ISDIR(info.st_mode);
+    close(fd);
+    if (folder) *problem = "cannot read " + file + ": it is a folder";
+    return !folder;
+}
+
+bool readSource(const std::string& source, NqbString* text, std::string* problem) {
+    if (source == "-") return readStandardInput(text, problem);
+    if (!checkReadable(source, problem)) return false;
     NqbString error;
     *text = nqDomReadFileToString(toNqb(source), &error);
     if (!text->isNull()) return true;
@@ -87,11 +103,40 @@ bool loadDocument(NqDom& doc, const std::string& source, std::string* problem) {
     return false;
 }
 
-TemplatePtr compileTemplateFile(const std::string& file, std::string* problem) {
+bool loadAndSerialize(const std::string& source, NqbString* compact, std::string* problem) {
+    NqDom doc;
+    if (!loadDocument(doc, source, problem)) return false;
+    *compact = doc.createXML(false);
+    if (!compact->isNull()) return true;
+    *problem = messageText(doc.getErrorMessage());
+    return false;
+}
+
+// CDATA sections and processing instructions: the skeleton is built from
+// elements, attributes and text alone.
+std::vector<std::string> notInSkeleton(NqDom& doc) {
+    std::vector<std::string> dropped;
+    NqbString compact = doc.createXML(false);
+    MarkupReader reader(std::string_view(compact.asCstr(), static_cast<std::size_t>(compact.length())));
+    for (Piece piece; reader.next(&piece);) {
+        if (piece.kind != Markup::CData && piece.kind != Markup::Pi) continue;
+        std::string what =
+            (piece.kind == Markup::CData ? "the CDATA section " : "the processing instruction ") +
+            collapseSpace(std::string(piece.raw.substr(0, 60)).c_str());
+        if (piece.raw.size() > 60) what += "...";
+        if (piece.raw.find("${") != std::string_view::npos) what += " with the variables in it";
+        dropped.push_back(what);
+    }
+    return dropped;
+}
+
+TemplatePtr compileTemplateFile(const std::string& file, std::string* problem,
+                                std::vector<std::string>* dropped) {
     NqbString text;
     if (!readSource(file, &text, problem) || !checkText(text, file, kMaxTemplateNesting, problem))
         return nullptr;
     NqDom doc;
+    if (doc.loadXML(text)) *dropped = notInSkeleton(doc);
     TemplatePtr compiled(doc.getTemplate(text));
     if (!compiled) *problem = messageText(doc.getErrorMessage());
     return compiled;
