@@ -27,10 +27,46 @@ const CommandInfo kInfo = {"tree",
 // Entities within entities deeper than this are shown as references.
 const int kMaxExpansions = 32;
 
+// The elements of a document in the order of their start tags. The text
+// the library writes leaves out attributes that the document type gives by
+// default; the node handles have them.
+class ElementCursor {
+public:
+    explicit ElementCursor(const NqDomNode& root) : m_next(root) {}
+
+    NqDomNode take() {
+        NqDomNode node = m_next;
+        NqDomNode child = node.getFirstChild(false);
+        if (!child.null()) {
+            m_ancestors.push_back(node);
+            m_next = child;
+            return node;
+        }
+        for (NqDomNode at = node;; at = m_ancestors.back(), m_ancestors.pop_back()) {
+            m_next = at.getNextSibling(false);
+            if (!m_next.null() || m_ancestors.empty()) return node;
+        }
+    }
+
+private:
+    NqDomNode m_next;
+    std::vector<NqDomNode> m_ancestors;
+};
+
+Attributes attributesOfElement(const NqDomNode& element) {
+    Attributes attributes;
+    NqbString name, value;
+    for (int i = 0; i < element.getAttributeCount(); ++i) {
+        element.getAttributeNameValue(i, &name, &value);
+        attributes.emplace_back(name.asCstr(), value.asCstr());
+    }
+    return attributes;
+}
+
 class TreeWriter {
 public:
-    TreeWriter(bool json, std::string_view compact)
-        : m_json(json), m_indentable(indentableElements(compact)) {}
+    TreeWriter(bool json, std::string_view compact, const NqDomNode& root)
+        : m_json(json), m_indentable(indentableElements(compact)), m_elements(root) {}
 
     void write(std::string_view compact) {
         if (m_json) writeOut(std::string("{\"type\": \"document\", \"children\": ["));
@@ -94,7 +130,9 @@ private:
 
     void element(const Piece& piece, int expansions) {
         std::string name(tagName(piece.raw));
-        Attributes attributes = attributesOf(piece.raw);
+        // Elements in entity text are not the document's own children.
+        Attributes attributes =
+            expansions > 0 ? attributesOf(piece.raw) : attributesOfElement(m_elements.take());
         if (m_json) {
             std::string head =
                 "{\"type\": \"element\", \"name\": " + jsonString(name) + ", \"attributes\": {";
@@ -163,6 +201,7 @@ private:
 
     bool m_json;
     std::vector<bool> m_indentable;
+    ElementCursor m_elements;
     std::size_t m_started = 0;
     std::vector<bool> m_open;  // per open element: whether it holds only markup
     bool m_firstChild = true;
@@ -177,11 +216,13 @@ int runTree(const Words& argv) {
     int status = parseArgs(kInfo, argv, &args);
     if (status >= 0) return status;
 
-    NqbString compact;
+    NqDom doc;
     std::string problem;
-    if (!loadAndSerialize(args.positional[0], &compact, &problem)) return failure(kInfo, problem);
+    if (!loadDocument(doc, args.positional[0], &problem)) return failure(kInfo, problem);
+    NqbString compact = doc.createXML(false);
+    if (compact.isNull()) return failure(kInfo, doc.getErrorMessage());
     std::string_view text(compact.asCstr(), static_cast<std::size_t>(compact.length()));
-    TreeWriter(args.has("--json"), text).write(text);
+    TreeWriter(args.has("--json"), text, doc.getRoot()).write(text);
     return finishOutput(kInfo);
 }
 
