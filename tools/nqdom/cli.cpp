@@ -42,6 +42,26 @@ std::string takeOption(const CommandInfo& info, const std::vector<std::string>& 
 void printHelp(const CommandInfo& info) {
     std::printf("usage: nqdom %s\n", info.usage);
     if (info.help[0] != '\0') std::printf("\n%s", info.help);
+    if (!findOption(info, "--external")) return;
+    std::printf(
+        "\nNothing outside a document is read (no external DTD or entity, no network),\n"
+        "and any error in it fails the command with its line and column.\n"
+        "  --external    read the external DTDs and entities a document names,\n"
+        "                relative to its folder\n"
+        "  --untrusted   refuse a document type declaration and elements nested\n"
+        "                deeper than %d levels\n",
+        nqDomUntrustedDepthLimit);
+}
+
+// The load policy the options ask for, for every document, template and
+// entries file the command loads from now on.
+std::string applyLoadPolicy(const Args& args) {
+    bool external = args.has("--external"), untrusted = args.has("--untrusted");
+    if (external && untrusted) return "options --external and --untrusted exclude each other";
+    nqDomSetDefaultLoadPolicy(external    ? NqDomLoadStrict
+                              : untrusted ? NqDomLoadUntrusted
+                                          : NqDomLoadSelfContained);
+    return "";
 }
 
 void appendJsonEscaped(std::string* out, const char* text, std::size_t length) {
@@ -102,6 +122,8 @@ int parseArgs(const CommandInfo& info, const std::vector<std::string>& argv, Arg
         std::string problem = takeOption(info, argv, &i, args);
         if (!problem.empty()) return usageError(info, problem);
     }
+    std::string problem = applyLoadPolicy(*args);
+    if (!problem.empty()) return usageError(info, problem);
     std::size_t count = args->positional.size();
     if (count < info.minPositional) return usageError(info, "missing arguments");
     if (count > info.maxPositional) return usageError(info, "unexpected argument " + args->positional.back());

@@ -11,6 +11,8 @@
 namespace nqtool {
 namespace {
 
+const Option kExternal = {"--external", false}, kUntrusted = {"--untrusted", false};
+
 const CommandInfo kConfInfo = {"conf",
                                "conf list|get|set|unset FILE ...",
                                "Subcommands:\n"
@@ -28,12 +30,16 @@ const CommandInfo kListInfo = {"conf list",
                                "\"# \" line when it has one, then NAME=VALUE.\n"
                                "\n"
                                "  --json   an array of {\"name\", \"value\", \"description\"}, all strings\n",
-                               {{"--json", false}},
+                               {{"--json", false}, kExternal, kUntrusted},
                                1,
                                1};
 
-const CommandInfo kGetInfo = {
-    "conf get", "conf get FILE NAME", "Prints the value of the first entry named NAME.\n", {}, 2, 2};
+const CommandInfo kGetInfo = {"conf get",
+                              "conf get FILE NAME",
+                              "Prints the value of the first entry named NAME.\n",
+                              {kExternal, kUntrusted},
+                              2,
+                              2};
 
 const CommandInfo kSetInfo = {"conf set",
                               "conf set FILE NAME VALUE [--description TEXT]",
@@ -41,12 +47,16 @@ const CommandInfo kSetInfo = {"conf set",
                               "stands and keeps its description unless --description is given; a new\n"
                               "entry goes last. FILE is created when missing, and replaced only once\n"
                               "the new content is written in full.\n",
-                              {{"--description", true}},
+                              {{"--description", true}, kExternal, kUntrusted},
                               3,
                               3};
 
-const CommandInfo kUnsetInfo = {
-    "conf unset", "conf unset FILE NAME", "Removes every entry named NAME from FILE.\n", {}, 2, 2};
+const CommandInfo kUnsetInfo = {"conf unset",
+                                "conf unset FILE NAME",
+                                "Removes every entry named NAME from FILE.\n",
+                                {kExternal, kUntrusted},
+                                2,
+                                2};
 
 bool sameName(const ConfEntry& entry, const std::string& name) {
     return entry.name.compare(toNqb(name), true) == 0;

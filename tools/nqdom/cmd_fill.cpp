@@ -26,7 +26,7 @@ const CommandInfo kInfo = {"fill",
                            "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
                            "in more than letter case. CDATA sections and processing instructions are not\n"
                            "carried into the skeleton: a warning names each one left out.\n",
-                           {{"--values", true}},
+                           {{"--values", true}, {"--external", false}, {"--untrusted", false}},
                            1,
                            kUnlimited};
 

@@ -17,7 +17,7 @@ const CommandInfo kInfo = {"format",
                            "             but markup and white space are indented, so mixed content and\n"
                            "             xml:space=\"preserve\" keep their text as it is\n"
                            "  -o OUT     write to the file OUT instead of standard output\n",
-                           {{"--pretty", false}, {"-o", true}},
+                           {{"--pretty", false}, {"-o", true}, {"--external", false}, {"--untrusted", false}},
                            1,
                            1};
 

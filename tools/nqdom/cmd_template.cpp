@@ -20,7 +20,7 @@ const CommandInfo kInfo = {"template",
                            "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
                            "in more than letter case. CDATA sections and processing instructions are not\n"
                            "carried into the skeleton: a warning names each one left out.\n",
-                           {{"--json", false}},
+                           {{"--json", false}, {"--external", false}, {"--untrusted", false}},
                            1,
                            1};
 

@@ -20,7 +20,7 @@ const CommandInfo kInfo = {"tree",
                            "  --json   one object per node, nested by \"children\"; texts exactly as the\n"
                            "           document holds them, without the white space between elements\n"
                            "           that hold only markup\n",
-                           {{"--json", false}},
+                           {{"--json", false}, {"--external", false}, {"--untrusted", false}},
                            1,
                            1};
 
@@ -61,6 +61,33 @@ Attributes attributesOfElement(const NqDomNode& element) {
         attributes.emplace_back(name.asCstr(), value.asCstr());
     }
     return attributes;
+}
+
+// The first entity the document refers to whose text only the engine has
+// seen (an external one), or "".
+std::string externalReference(std::string_view compact) {
+    Entities entities;
+    auto unknownIn = [&entities](std::string_view raw) -> std::string {
+        std::string decoded;
+        for (std::size_t at = 0; at < raw.size();) {
+            std::string_view name = decodeUntilEntity(raw, &at, &decoded);
+            if (!name.empty() && entities.count(name) == 0) return std::string(name);
+        }
+        return "";
+    };
+    MarkupReader reader(compact);
+    for (Piece piece; reader.next(&piece);) {
+        std::string unknown;
+        if (piece.kind == Markup::Doctype) {
+            entities = internalEntities(piece.raw);
+            for (const auto& entity : entities) {
+                if (unknown.empty()) unknown = unknownIn(entity.second);
+            }
+        }
+        if (piece.kind == Markup::Text) unknown = unknownIn(piece.raw);
+        if (!unknown.empty()) return unknown;
+    }
+    return "";
 }
 
 class TreeWriter {
@@ -222,6 +249,9 @@ int runTree(const Words& argv) {
     NqbString compact = doc.createXML(false);
     if (compact.isNull()) return failure(kInfo, doc.getErrorMessage());
     std::string_view text(compact.asCstr(), static_cast<std::size_t>(compact.length()));
+    std::string external = externalReference(text);
+    if (!external.empty())
+        return failure(kInfo, "cannot show the text of the external entity \"" + external + "\"");
     TreeWriter(args.has("--json"), text, doc.getRoot()).write(text);
     return finishOutput(kInfo);
 }

@@ -9,7 +9,6 @@
 #include <cstring>
 
 #include "input.h"
-#include "xml_check.h"
 
 namespace nqtool {
 namespace {
@@ -82,11 +81,9 @@ SerializerPtr makeSerializer(std::string* problem) {
 }
 
 bool readEntries(const std::string& file, std::vector<ConfEntry>* entries, std::string* problem) {
-    // The serializer reads whatever the parser salvages from a malformed
-    // file; `conf set` would then write back a shortened list.
-    NqbString text;
-    if (!readSource(file, &text, problem) || !checkText(text, file, kMaxDocumentNesting, problem))
-        return false;
+    // The serializer loads under the process's policy, which the tool sets
+    // strict: a malformed file fails instead of giving part of its entries.
+    if (!checkReadable(file, problem)) return false;
     SerializerPtr serializer = makeSerializer(problem);
     if (!serializer) return false;
     if (!serializer->read(toNqb(file))) {

@@ -9,41 +9,26 @@
 #include <vector>
 
 #include "markup.h"
-#include "xml_check.h"
 
 namespace nqtool {
 namespace {
 
-// Appends block by block so that the text exists once in memory. Like the
-// library's file reading, the text ends at the first 0 byte.
 bool readStandardInput(NqbString* text, std::string* problem) {
-    const std::size_t kBlock = 1 << 20;
-    std::vector<char> block(kBlock + 1);
-    text->assign("");
-    for (;;) {
-        std::size_t count = std::fread(block.data(), 1, kBlock, stdin);
-        block[count] = '\0';
-        bool failed = false;
-        text->append(block.data(), &failed);
-        if (failed) {
-            *problem = "out of memory reading standard input";
-            return false;
-        }
-        if (std::memchr(block.data(), '\0', count) || count < kBlock) break;
-    }
+    std::string bytes;
+    char block[1 << 16];
+    for (std::size_t count; (count = std::fread(block, 1, sizeof block, stdin)) > 0;)
+        bytes.append(block, count);
     if (std::ferror(stdin)) {
         *problem = "cannot read standard input";
         return false;
     }
-    if (text->length() == 0) {
+    if (bytes.empty()) {
         *problem = "standard input is empty";
         return false;
     }
+    // By length: a 0 byte is the engine's to report, with its position.
+    text->assign(bytes.data(), static_cast<int>(bytes.size()));
     return true;
-}
-
-std::string nameOf(const std::string& source) {
-    return source == "-" ? "standard input" : source;
 }
 
 }  // namespace
@@ -69,38 +54,37 @@ bool checkReadable(const std::string& file, std::string* problem) {
 bool readSource(const std::string& source, NqbString* text, std::string* problem) {
     if (source == "-") return readStandardInput(text, problem);
     if (!checkReadable(source, problem)) return false;
-    NqbString error;
-    *text = nqDomReadFileToString(toNqb(source), &error);
-    if (!text->isNull()) return true;
-    *problem = messageText(error);
-    return false;
-}
-
-bool checkText(const NqbString& text, const std::string& source, std::size_t maxNesting,
-               std::string* problem) {
-    XmlProblem found;
-    if (checkWellFormed(text.asCstr(), static_cast<std::size_t>(text.length()), maxNesting, &found))
-        return true;
-    *problem = nameOf(source) + " is not well-formed XML: " + describe(found);
-    return false;
-}
-
-// The file is read here rather than by NqDom::loadFile, which reads it the
-// same way, because the text has to be checked before it is parsed.
-bool loadDocument(NqDom& doc, const std::string& source, std::string* problem) {
-    {
-        NqbString text;
-        if (!readSource(source, &text, problem) || !checkText(text, source, kMaxDocumentNesting, problem)) {
-            return false;
-        }
-        if (!doc.loadXML(text)) {
-            *problem = messageText(doc.getErrorMessage());
-            return false;
-        }
+    std::FILE* file = std::fopen(source.c_str(), "rb");
+    if (!file) {
+        *problem = "cannot read " + source + ": " + std::strerror(errno);
+        return false;
     }
-    if (!doc.getRoot().null()) return true;
-    *problem = "no document element in " + nameOf(source);
-    return false;
+    std::string bytes;
+    char block[1 << 16];
+    for (std::size_t count; (count = std::fread(block, 1, sizeof block, file)) > 0;)
+        bytes.append(block, count);
+    bool failed = std::ferror(file);
+    std::fclose(file);
+    if (failed) {
+        *problem = "cannot read " + source;
+        return false;
+    }
+    text->assign(bytes.data(), static_cast<int>(bytes.size()));
+    return true;
+}
+
+bool loadDocument(NqDom& doc, const std::string& source, std::string* problem) {
+    bool loaded;
+    if (source == "-") {
+        NqbString text;
+        if (!readStandardInput(&text, problem)) return false;
+        loaded = doc.loadXML(text);
+    } else {
+        if (!checkReadable(source, problem)) return false;
+        loaded = doc.loadFile(toNqb(source));
+    }
+    if (!loaded) *problem = messageText(doc.getErrorMessage());
+    return loaded;
 }
 
 bool loadAndSerialize(const std::string& source, NqbString* compact, std::string* problem) {
@@ -133,8 +117,7 @@ std::vector<std::string> notInSkeleton(NqDom& doc) {
 TemplatePtr compileTemplateFile(const std::string& file, std::string* problem,
                                 std::vector<std::string>* dropped) {
     NqbString text;
-    if (!readSource(file, &text, problem) || !checkText(text, file, kMaxTemplateNesting, problem))
-        return nullptr;
+    if (!readSource(file, &text, problem)) return nullptr;
     NqDom doc;
     if (doc.loadXML(text)) *dropped = notInSkeleton(doc);
     TemplatePtr compiled(doc.getTemplate(text));

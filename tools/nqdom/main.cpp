@@ -105,7 +105,7 @@ void* runJob(void* data) {
 
 // The XML engine writes a document recursively, one frame per level of
 // element nesting: the default stack holds some tens of thousands of levels,
-// this one the deepest nesting the input check lets through, with room for
+// this one any nesting the load's memory bound lets through, with room for
 // sanitizer builds. Only the pages used are ever committed.
 const std::size_t kStackBytes = std::size_t(256) << 20;
 
