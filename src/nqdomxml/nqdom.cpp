@@ -57,8 +57,9 @@ NqDomData::NqDomData()
     m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_NO_CORE);
 }
 
-// The parser goes first: it frees the document it parsed. The transcoder and
-// then the error text follow as members, in reverse order of declaration.
+// The parser goes first: it frees the document it parsed. The memory budget
+// that held them, the transcoder and then the error text follow as members,
+// in reverse order of declaration.
 NqDomData::~NqDomData() {
     if (m_parser) m_parser->release();
     if (m_document) m_document->release();

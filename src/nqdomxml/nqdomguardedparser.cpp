@@ -49,6 +49,7 @@ NqGuardedParser::NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transc
     config->setParameter(XMLUni::fgXercesSecurityManager, &m_security);
     if (policy >= NqDomLoadSelfContained)
         config->setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
+    if (policy == NqDomLoadUntrusted) config->setParameter(XMLUni::fgDOMDisallowDoctype, true);
     // The engine asks about external resources only with a handler in place.
     getScanner()->setEntityHandler(this);
 }
@@ -95,11 +96,15 @@ InputSource* NqGuardedParser::resolveEntity(xercesc::XMLResourceIdentifier* reso
     return DOMLSParserImpl::resolveEntity(resource);
 }
 
-void NqGuardedParser::doctypeDecl(const xercesc::DTDElementDecl& element, const XMLCh* publicId,
-                                  const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) {
-    if (m_policy == NqDomLoadUntrusted)
-        refuse(NqbString("a document type declaration, which this load policy does not accept"));
-    DOMLSParserImpl::doctypeDecl(element, publicId, systemId, hasIntSubset, hasExtSubset);
+// The engine refuses the declaration itself, cleaning up what it began;
+// only its reason is ours.
+void NqGuardedParser::error(unsigned int code, const XMLCh* domain, xercesc::XMLErrorReporter::ErrTypes type,
+                            const XMLCh* text, const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
+                            XMLFileLoc column) {
+    if (m_policy == NqDomLoadUntrusted && m_pending.isNull() &&
+        code == xercesc::XMLErrs::InvalidDocumentStructure)
+        m_pending.assign("a document type declaration, which this load policy does not accept");
+    DOMLSParserImpl::error(code, domain, type, text, systemId, publicId, line, column);
 }
 
 void NqGuardedParser::startElement(const xercesc::XMLElementDecl& element, unsigned int urlId,

@@ -28,8 +28,9 @@ public:
 
 protected:
     xercesc::InputSource* resolveEntity(xercesc::XMLResourceIdentifier* resource) override;
-    void doctypeDecl(const xercesc::DTDElementDecl& element, const XMLCh* publicId, const XMLCh* systemId,
-                     bool hasIntSubset, bool hasExtSubset) override;
+    void error(unsigned int code, const XMLCh* domain, xercesc::XMLErrorReporter::ErrTypes type,
+               const XMLCh* text, const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
+               XMLFileLoc column) override;
     void startElement(const xercesc::XMLElementDecl& element, unsigned int urlId, const XMLCh* prefix,
                       const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count, bool isEmpty,
                       bool isRoot) override;

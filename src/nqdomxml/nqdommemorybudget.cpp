@@ -5,17 +5,40 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
+// Each block starts with its header, padded so that what follows is aligned
+// for any engine object.
+struct NqMemoryBudget::Block {
+    Block* previous;
+    Block* next;
+    std::size_t size;
+};
+
 namespace {
 
-// Each block carries its size in front, aligned for any engine object.
-constexpr std::size_t kHeader = alignof(std::max_align_t);
+constexpr std::size_t kHeader = (sizeof(NqMemoryBudget::Block) + alignof(std::max_align_t) - 1) /
+                                alignof(std::max_align_t) * alignof(std::max_align_t);
 constexpr std::size_t kLargeBlock = 32 * 1024;
 
-std::size_t& sizeOf(char* block) {
-    return *reinterpret_cast<std::size_t*>(block);
+NqMemoryBudget::Block* blockOf(void* p) {
+    return reinterpret_cast<NqMemoryBudget::Block*>(static_cast<char*>(p) - kHeader);
+}
+
+void* memoryOf(NqMemoryBudget::Block* block) {
+    return reinterpret_cast<char*>(block) + kHeader;
 }
 
 }  // namespace
+
+// What the engine still holds here was dropped on its out-of-memory path,
+// which skips its own clean-up: the parser and its documents are gone by now.
+NqMemoryBudget::~NqMemoryBudget() {
+    dropSpares();
+    while (m_blocks) {
+        Block* next = m_blocks->next;
+        ::operator delete(m_blocks);
+        m_blocks = next;
+    }
+}
 
 xercesc::MemoryManager* NqMemoryBudget::getExceptionMemoryManager() {
     return xercesc::XMLPlatformUtils::fgMemoryManager;
@@ -30,37 +53,29 @@ void* NqMemoryBudget::allocate(XMLSize_t size) {
         m_exceeded = true;
         throw xercesc::OutOfMemoryException();
     }
+    Block* block = takeSpare(size);
+    if (!block) block = static_cast<Block*>(::operator new(size + kHeader, std::nothrow));
+    if (!block) throw xercesc::OutOfMemoryException();
+    block->size = size;
+    block->previous = nullptr;
+    block->next = m_blocks;
+    if (m_blocks) m_blocks->previous = block;
+    m_blocks = block;
     m_inUse += size;
-    for (char*& spare : m_spares) {
-        if (spare && sizeOf(spare) == size) {
-            char* block = spare;
-            spare = nullptr;
-            return block + kHeader;
-        }
-    }
-    char* block = static_cast<char*>(::operator new(size + kHeader, std::nothrow));
-    if (!block) {
-        m_inUse -= size;
-        throw xercesc::OutOfMemoryException();
-    }
-    sizeOf(block) = size;
-    return block + kHeader;
+    return memoryOf(block);
 }
 
 void NqMemoryBudget::deallocate(void* p) {
     if (!p) return;
-    char* block = static_cast<char*>(p) - kHeader;
-    const std::size_t size = sizeOf(block);
-    m_inUse -= size;
-    if (size >= kLargeBlock && !lifted()) {
-        for (char*& spare : m_spares) {
-            if (!spare) {
-                spare = block;
-                return;
-            }
-        }
+    Block* block = blockOf(p);
+    if (block->previous) {
+        block->previous->next = block->next;
+    } else {
+        m_blocks = block->next;
     }
-    ::operator delete(block);
+    if (block->next) block->next->previous = block->previous;
+    m_inUse -= block->size;
+    if (block->size < kLargeBlock || lifted() || !keepSpare(block)) ::operator delete(block);
 }
 
 void NqMemoryBudget::lift() {
@@ -68,8 +83,29 @@ void NqMemoryBudget::lift() {
     dropSpares();
 }
 
+NqMemoryBudget::Block* NqMemoryBudget::takeSpare(std::size_t size) {
+    for (Block*& spare : m_spares) {
+        if (spare && spare->size == size) {
+            Block* block = spare;
+            spare = nullptr;
+            return block;
+        }
+    }
+    return nullptr;
+}
+
+bool NqMemoryBudget::keepSpare(Block* block) {
+    for (Block*& spare : m_spares) {
+        if (!spare) {
+            spare = block;
+            return true;
+        }
+    }
+    return false;
+}
+
 void NqMemoryBudget::dropSpares() {
-    for (char*& spare : m_spares) {
+    for (Block*& spare : m_spares) {
         ::operator delete(spare);
         spare = nullptr;
     }

@@ -11,7 +11,7 @@
 class NqMemoryBudget : public xercesc::MemoryManager {
 public:
     explicit NqMemoryBudget(std::size_t limit) : m_limit(limit) {}
-    ~NqMemoryBudget() override { dropSpares(); }
+    ~NqMemoryBudget() override;
     NqMemoryBudget(const NqMemoryBudget&) = delete;
     NqMemoryBudget& operator=(const NqMemoryBudget&) = delete;
 
@@ -31,7 +31,11 @@ public:
     XMLFileLoc line() const { return m_line; }
     XMLFileLoc column() const { return m_column; }
 
+    struct Block;
+
 private:
+    Block* takeSpare(std::size_t size);
+    bool keepSpare(Block* block);
     void dropSpares();
     bool lifted() const { return m_limit == static_cast<std::size_t>(-1); }
 
@@ -39,7 +43,9 @@ private:
     // size: each entity reference makes and drops a reader of some 160 KB,
     // and handing those back to the system costs more than the parse.
     static constexpr int kSpares = 4;
-    char* m_spares[kSpares] = {};
+    Block* m_spares[kSpares] = {};
+    // Every block the engine holds, newest first.
+    Block* m_blocks = nullptr;
     std::size_t m_limit;
     std::size_t m_inUse = 0;
     bool m_exceeded = false;
