@@ -147,6 +147,11 @@ const HostileCase kHostile[] = {
      true, "", "", "elements nested deeper than 256 levels"},
 };
 
+// gtest would otherwise print the row's bytes, padding included.
+void PrintTo(const HostileCase& row, std::ostream* out) {
+    *out << row.name;
+}
+
 class Hostile : public ::testing::TestWithParam<HostileCase> {};
 
 // A load that expands or blocks ends the process instead of passing.
