@@ -61,9 +61,18 @@ public:
         close(name);
     }
     void comment() {
-        m_out.xml += "<!-- ";
-        m_out.xml += std::to_string(m_random.below(100000));
-        m_out.xml += " -->";
+        const std::string value = " " + std::to_string(m_random.below(100000)) + " ";
+        m_out.xml += "<!--";
+        m_out.xml += value;
+        m_out.xml += "-->";
+        ++m_out.expected.comments;
+        m_out.expected.bytes += value.size();
+    }
+    // A second direct text after the children: the walk joins it to the
+    // element's first text with one space.
+    void tail() {
+        text(word(phraseWords()));
+        ++m_out.expected.bytes;
     }
 
 private:
@@ -162,7 +171,7 @@ void emitFlat(Emitter& e) {
 }
 
 // Chains kDeepChainDepth sections deep; every section has its own text, a
-// leaf and, every tenth level, a comment.
+// leaf and, every tenth level, a comment and a second text after its children.
 void emitDeep(Emitter& e) {
     e.open("document", 1, false);
     while (!e.full()) {
@@ -171,7 +180,10 @@ void emitDeep(Emitter& e) {
             e.leaf("title", 1);
             if (level % 10 == 0) e.comment();
         }
-        for (int level = 0; level < kDeepChainDepth; ++level) e.close("section");
+        for (int level = kDeepChainDepth - 1; level >= 0; --level) {
+            if (level % 10 == 0) e.tail();
+            e.close("section");
+        }
     }
     e.close("document");
 }

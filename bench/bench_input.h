@@ -21,14 +21,17 @@ struct InputKind {
 };
 
 // What a full walk must see: every element, every attribute name and value,
-// and each element's first direct text, counted in decoded UTF-8 bytes.
+// each element's direct texts joined by one space, and every comment's text,
+// counted in decoded UTF-8 bytes.
 struct WalkCounts {
     std::uint64_t elements = 0;
     std::uint64_t attributes = 0;
+    std::uint64_t comments = 0;
     std::uint64_t bytes = 0;
 
     bool operator==(const WalkCounts& o) const {
-        return elements == o.elements && attributes == o.attributes && bytes == o.bytes;
+        return elements == o.elements && attributes == o.attributes && comments == o.comments &&
+               bytes == o.bytes;
     }
 };
 

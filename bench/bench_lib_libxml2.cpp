@@ -80,12 +80,16 @@ private:
             counts.bytes += length(attribute->name);
             if (attribute->children) counts.bytes += length(attribute->children->content);
         }
+        std::size_t joined = 0;
         for (xmlNode* child = node->children; child; child = child->next) {
             if (child->type == XML_TEXT_NODE) {
+                joined += (joined ? 1 : 0) + length(child->content);
+            } else if (child->type == XML_COMMENT_NODE) {
+                ++counts.comments;
                 counts.bytes += length(child->content);
-                break;
             }
         }
+        counts.bytes += joined;
     }
 
     const Input* m_input = nullptr;

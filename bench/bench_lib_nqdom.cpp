@@ -1,6 +1,5 @@
 // The library under test.
 #include <memory>
-#include <vector>
 
 #include "bench_libraries.h"
 #include "nqdom.h"
@@ -26,21 +25,9 @@ public:
         if (all) m_text = NqbString();
     }
 
-    // No parent link on a node handle: the walk keeps its own stack, which
-    // is reused from walk to walk.
     WalkCounts walk() override {
         WalkCounts counts;
-        NqDomNode root = m_dom->getRoot();
-        visit(root, counts);
-        m_stack.clear();
-        pushIfElement(root.getFirstChild(false));
-        while (!m_stack.empty()) {
-            NqDomNode node = m_stack.back();
-            m_stack.pop_back();
-            visit(node, counts);
-            pushIfElement(node.getNextSibling(false));
-            pushIfElement(node.getFirstChild(false));
-        }
+        walkFrom(m_dom->getRoot(), counts);
         return counts;
     }
 
@@ -50,11 +37,19 @@ public:
     }
 
 private:
-    void pushIfElement(const NqDomNode& node) {
-        if (!node.null()) m_stack.push_back(node);
+    // Elements and comments in document order, each visited before its children.
+    static void walkFrom(const NqDomNode& node, WalkCounts& counts) {
+        if (node.isComment()) {
+            ++counts.comments;
+            counts.bytes += static_cast<std::uint64_t>(node.getValue(false).length());
+            return;
+        }
+        visitElement(node, counts);
+        for (NqDomNode child = node.getFirstChild(true); !child.null(); child = child.getNextSibling(true))
+            walkFrom(child, counts);
     }
 
-    static void visit(const NqDomNode& node, WalkCounts& counts) {
+    static void visitElement(const NqDomNode& node, WalkCounts& counts) {
         ++counts.elements;
         NqbString name = node.getName();
         counts.bytes += static_cast<std::uint64_t>(name.length());
@@ -65,13 +60,12 @@ private:
             counts.bytes += static_cast<std::uint64_t>(attributeName.length() + attributeValue.length());
         }
         counts.attributes += static_cast<std::uint64_t>(attributes);
-        NqbString text = node.getValue(false);
+        NqbString text = node.getValue(true);
         counts.bytes += static_cast<std::uint64_t>(text.length());
     }
 
     NqbString m_text;
     std::unique_ptr<NqDom> m_dom;
-    std::vector<NqDomNode> m_stack;
 };
 
 }  // namespace

@@ -76,12 +76,16 @@ private:
             ++counts.attributes;
             counts.bytes += std::strlen(attribute.name()) + std::strlen(attribute.value());
         }
+        std::size_t joined = 0;
         for (pugi::xml_node child : node.children()) {
             if (child.type() == pugi::node_pcdata) {
+                joined += (joined ? 1 : 0) + std::strlen(child.value());
+            } else if (child.type() == pugi::node_comment) {
+                ++counts.comments;
                 counts.bytes += std::strlen(child.value());
-                break;
             }
         }
+        counts.bytes += joined;
     }
 
     const Input* m_input = nullptr;

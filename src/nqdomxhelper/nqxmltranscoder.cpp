@@ -72,22 +72,27 @@ void NqXMLTranscoder::toNqb(const XMLCh* text, NqbString& out) {
         return;
     }
     if (text == nullptr) text = kEmptyText;
-    // The NUL is converted too, so a complete conversion ends the buffer.
-    const XMLSize_t count = XMLString::stringLen(text) + 1;
+    const XMLSize_t length = XMLString::stringLen(text);
+    // The engine pairs a trailing high surrogate with whatever follows it, so
+    // such a text is converted with its terminator. Any other text leaves one
+    // byte for the terminator instead, so the buffer grows exactly when the
+    // text and its terminator would not fit.
+    const bool withTerminator = length > 0 && text[length - 1] >= 0xD800 && text[length - 1] <= 0xDBFF;
+    const XMLSize_t count = withTerminator ? length + 1 : length;
+    const std::uint32_t reserved = withTerminator ? 0 : 1;
     XMLSize_t produced = 0;
     for (;;) {
         if (m_utf8Buffer == nullptr) m_utf8Buffer = new XMLByte[m_utf8Size];
         XMLSize_t eaten = 0;
-        produced = m_xercesTranscoder->transcodeTo(text, count, m_utf8Buffer, m_utf8Size, eaten,
+        produced = m_xercesTranscoder->transcodeTo(text, count, m_utf8Buffer, m_utf8Size - reserved, eaten,
                                                    XMLTranscoder::UnRep_RepChar);
         if (eaten == count) break;
         growUtf8();
     }
-    // The NUL, converted last, ends the output; but the engine pairs a
-    // trailing lone high surrogate with the terminator and then writes none.
+    // A terminator taken as the surrogate's partner ends nothing.
     const char* bytes = reinterpret_cast<const char*>(m_utf8Buffer);
-    const std::size_t length = produced > 0 && bytes[produced - 1] == '\0' ? produced - 1 : produced;
-    out.assign(bytes, static_cast<int>(length));
+    if (withTerminator && produced > 0 && bytes[produced - 1] == '\0') --produced;
+    out.assign(bytes, static_cast<int>(produced));
 }
 
 std::uint32_t NqXMLTranscoder::transcodeFrom(const char* bytes, std::uint32_t count, bool* failed) {

@@ -60,24 +60,32 @@ NqDomNode NqDomNode::getNextSibling(bool includeComments) const {
     return walkableFrom(static_cast<DOMNode*>(m_node)->getNextSibling(), includeComments);
 }
 
+// Results are converted straight into the returned string.
 NqbString NqDomNode::getName() const {
-    if (null() || m_isComment) return NqbString();
-    return m_transcoder->toNqb(static_cast<DOMNode*>(m_node)->getNodeName());
+    NqbString name;
+    if (null() || m_isComment) return name;
+    m_transcoder->toNqb(static_cast<DOMNode*>(m_node)->getNodeName(), name);
+    return name;
 }
 
 NqbString NqDomNode::getValue(bool allTexts) const {
-    if (null()) return NqbString();
+    NqbString value;
+    if (null()) return value;
     DOMNode* node = static_cast<DOMNode*>(m_node);
-    if (m_isComment) return m_transcoder->toNqb(node->getNodeValue());
+    if (m_isComment) {
+        m_transcoder->toNqb(node->getNodeValue(), value);
+        return value;
+    }
 
     DOMNode* text = firstText(node->getFirstChild());
-    NqbString value;
     if (!text) return value;
     m_transcoder->toNqb(text->getNodeValue(), value);
     if (!allTexts) return value;
+    NqbString next;
     for (text = firstText(text->getNextSibling()); text; text = firstText(text->getNextSibling())) {
         if (value.length() != 0) value.append(" ");
-        value.append(m_transcoder->toNqb(text->getNodeValue()));
+        m_transcoder->toNqb(text->getNodeValue(), next);
+        value.append(next);
     }
     return value;
 }

@@ -48,6 +48,20 @@ TEST(TranscoderGrowth, Utf16CapacityFollowsTheTextLength) {
     }
 }
 
+// The same towards UTF-8: 255 bytes and the terminator fit 256, 256 do not.
+TEST(TranscoderGrowth, Utf8SizeFollowsTheTextLength) {
+    const struct {
+        int length;
+        std::uint32_t size;
+    } rows[] = {{255, 256}, {256, 512}, {511, 512}, {512, 1024}};
+    for (const auto& row : rows) {
+        NqXMLTranscoder transcoder;
+        EXPECT_EQ(str(transcoder.toNqb(std::u16string(row.length, u'q').c_str())),
+                  std::string(row.length, 'q'));
+        EXPECT_EQ(transcoder.utf8Size(), row.size) << row.length;
+    }
+}
+
 TEST(Transcoder, EmptyTextsConvertToEmptyTexts) {
     NqXMLTranscoder transcoder;
     for (const XMLCh* empty : {u"", static_cast<const char16_t*>(nullptr)}) {
