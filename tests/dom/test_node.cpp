@@ -33,13 +33,15 @@ std::string attributes(const NqDomNode& node) {
 
 using NodeTest = LoadedDom;
 
-// Rows: document, element children, children with comments, first text, all texts.
-TEST_F(NodeTest, WalkingAndReadingTexts) {
-    const char* const rows[][5] = {
-        {"<a>x<b/><?pi d?><![CDATA[z]]><!--c-->&amp;<d/>y</a>", "b,d", "b,!c,d", "x", "x & y"},
-        {"<a><b><c/></b><!--k--><d>in</d></a>", "b,d", "b,!k,d", "<null>", "<null>"},
-        {"<a> <b/>y</a>", "b", "b", " ", "  y"},
-        {"<a/>", "", "", "<null>", "<null>"},
+// Rows: document, element children, children with comments, first text, all
+// texts, and the element once setValue("1<2") has replaced its direct texts.
+TEST_F(NodeTest, WalkingReadingAndSettingTexts) {
+    const char* const rows[][6] = {
+        {"<a>x<b/><?pi d?><![CDATA[z]]><!--c-->&amp;<d/>y</a>", "b,d", "b,!c,d", "x", "x & y",
+         "<a><b/><?pi d?><![CDATA[z]]><!--c--><d/>1&lt;2</a>"},
+        {"<a><b><c/></b><!--k--><d>in</d></a>", "b,d", "b,!k,d", "<null>", "<null>",
+         "<a><b><c/></b><!--k--><d>in</d>1&lt;2</a>"},
+        {"<a> <b/>y</a>", "b", "b", " ", "  y", "<a><b/>1&lt;2</a>"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row[0]);
@@ -48,10 +50,14 @@ TEST_F(NodeTest, WalkingAndReadingTexts) {
         EXPECT_EQ(children(root, true), row[2]);
         EXPECT_EQ(str(root.getValue(false)), row[3]);
         EXPECT_EQ(str(root.getValue(true)), row[4]);
+        root.setValue("1<2");
+        EXPECT_EQ(xml(), row[5]);
     }
     NqDomNode root = load("<!--before--><a/><!--after-->");
     EXPECT_TRUE(root.getNextSibling(false).null());
     EXPECT_EQ(str(root.getNextSibling(true).getValue(false)), "after");
+    root.setValue(kInvalidUtf8);
+    EXPECT_EQ(xml(), "<a>!INVALIDUTF8STR!</a>");
 }
 
 // A comment handle only walks sideways and reads its text; neither it nor a
@@ -83,18 +89,6 @@ TEST_F(NodeTest, CommentAndNullHandlesDoNotBuild) {
         row.handle.clearAttributes();
         EXPECT_TRUE(root.addChild(NqDomNode()).null());
         EXPECT_EQ(xml(), "<a k=\"1\"><!--c--><b><e/></b></a>");
-    }
-}
-
-TEST_F(NodeTest, SetValueReplacesDirectTextChildren) {
-    const char* const rows[][3] = {
-        {"<a>x<b/>y</a>", "z", "<a><b/>z</a>"},
-        {"<a><![CDATA[c]]>t<!--k--><b>in</b></a>", "1<2", "<a><![CDATA[c]]><!--k--><b>in</b>1&lt;2</a>"},
-        {"<a>x</a>", kInvalidUtf8, "<a>!INVALIDUTF8STR!</a>"},
-    };
-    for (const auto& row : rows) {
-        load(row[0]).setValue(row[1]);
-        EXPECT_EQ(xml(), row[2]);
     }
 }
 

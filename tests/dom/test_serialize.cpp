@@ -4,16 +4,12 @@
 #include <string>
 
 #include <xercesc/dom/DOM.hpp>
-#include <xercesc/util/XMLString.hpp>
 
 #include "dom_test_util.h"
 #include "test_files.h"
 
 using xercesc::DOMDocument;
-using xercesc::DOMException;
-using xercesc::DOMImplementation;
 using xercesc::DOMImplementationRegistry;
-using xercesc::XMLString;
 
 namespace {
 
@@ -104,24 +100,14 @@ TEST(Import, CopiesFromAnotherDocumentAndOutlivesIt) {
 // A document node cannot be imported; the engine's message text becomes the
 // argument of message 471.
 TEST(Import, EngineRefusalGivesMessageText) {
-    DOMImplementation* core = DOMImplementationRegistry::getDOMImplementation(u"Core");
-    DOMDocument* foreign = core->createDocument(nullptr, u"r", nullptr);
-    DOMDocument* probe = core->createDocument(nullptr, u"r", nullptr);
-    std::string engineText;
-    try {
-        probe->importNode(foreign, true);
-    } catch (const DOMException& e) {
-        char* converted = XMLString::transcode(e.getMessage());
-        engineText = converted;
-        XMLString::release(&converted);
-    }
-    probe->release();
-    ASSERT_FALSE(engineText.empty());
-
+    DOMDocument* foreign =
+        DOMImplementationRegistry::getDOMImplementation(u"Core")->createDocument(nullptr, u"r", nullptr);
     NqDom dom;
     ASSERT_TRUE(dom.startNewDocument("t"));
     EXPECT_TRUE(dom.importNode(NqDomNode(static_cast<xercesc::DOMNode*>(foreign), nullptr)).null());
-    EXPECT_EQ(str(dom.getErrorMessage()), "LibXML 471: importing a node failed: " + engineText);
+    EXPECT_EQ(str(dom.getErrorMessage()),
+              "LibXML 471: importing a node failed: implementation does not support the requested type of "
+              "object or operation");
     foreign->release();
 }
 
