@@ -51,12 +51,6 @@ std::string document(const std::string& attributes, const std::string& body,
            ">";
 }
 
-TEST(ConfSerializer, OnlyTheExactNameIsKnown) {
-    for (const char* name : {"nqbConfSerializer", "NqbConfSerializerX", static_cast<const char*>(nullptr)}) {
-        EXPECT_EQ(nqDomGetInterface(name), nullptr) << (name ? name : "(null name)");
-    }
-}
-
 // An empty value or description comes back as a null string; an entry without a name is lost.
 TEST(ConfSerializer, WritesTheDocumentShapeAndReadsItBack) {
     TempDir dir;
