@@ -39,8 +39,11 @@ void writeFile(const std::string& path, const std::uint8_t* data, std::size_t si
 
 // A null string and an empty one are the same entry text: the file format
 // cannot tell them apart.
-bool readEntries(const std::string& path, std::vector<Entry>& entries, NqbString* error) {
+bool readEntries(const std::string& path, std::vector<Entry>& entries, NqbString* error,
+                 NqDomLoadPolicy policy = NqDomLoadLenient) {
+    nqDomSetDefaultLoadPolicy(policy);
     NqbConfSerializer* serializer = nqDomGetInterface("NqbConfSerializer");
+    nqDomSetDefaultLoadPolicy(NqDomLoadLenient);
     fuzz::check(serializer != nullptr, "no serializer");
     bool ok = serializer->read(NqbString(path.c_str()));
     entries.clear();
@@ -85,8 +88,14 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     writeFile(g_inputFile, data, size);
     std::vector<Entry> first;
+    std::vector<Entry> untrusted;
     NqbString error;
-    if (!readEntries(g_inputFile, first, &error)) {
+    const bool untrustedRead = readEntries(g_inputFile, untrusted, &error, NqDomLoadUntrusted);
+    fuzz::check(untrustedRead || error.length() > 0, "failed untrusted read without a message");
+    const bool lenientRead = readEntries(g_inputFile, first, &error);
+    fuzz::check(!untrustedRead || (lenientRead && untrusted.size() == first.size()),
+                "untrusted read gave what the lenient one did not");
+    if (!lenientRead) {
         fuzz::check(first.empty(), "failed read handed out entries");
         fuzz::check(error.length() > 0, "failed read without a message");
         return 0;

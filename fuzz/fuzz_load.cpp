@@ -40,6 +40,23 @@ void reload(const NqbString& text, const fuzz::Fingerprint& original, bool prett
     if (!pretty) fuzz::check(again.texts == original.texts, "reloaded output has other texts");
 }
 
+// What Untrusted accepts, Lenient loads as the same document; what it
+// refuses it refuses with a message and no root.
+void checkUntrusted(const NqbString& text, bool lenientLoaded, const fuzz::Fingerprint* lenient) {
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadUntrusted);
+    if (!dom.loadXML(text)) {
+        fuzz::check(dom.getErrorMessage().length() > 0, "untrusted load failed without a message");
+        fuzz::check(dom.getRoot().null(), "failed untrusted load left a root");
+        return;
+    }
+    fuzz::check(lenientLoaded && lenient, "untrusted load accepted what the lenient one did not");
+    const fuzz::Fingerprint print = fuzz::walkDocument(dom.getRoot());
+    fuzz::check(print.elements == lenient->elements && print.names == lenient->names &&
+                    print.texts == lenient->texts && print.comments == lenient->comments,
+                "untrusted and lenient loads built other documents");
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -49,15 +66,18 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     NqDom dom;
-    if (!dom.loadXML(fuzz::bytesToString(data, size))) {
+    const NqbString text = fuzz::bytesToString(data, size);
+    if (!dom.loadXML(text)) {
         fuzz::check(dom.getErrorMessage().length() > 0, "failed load without a message");
         fuzz::check(dom.getRoot().null(), "failed load left a root");
+        checkUntrusted(text, false, nullptr);
         return 0;
     }
     fuzz::check(!dom.getErrorMessage().isNull() && dom.getErrorMessage().length() == 0,
                 "successful load left an error text");
     NqDomNode root = dom.getRoot();
     fuzz::Fingerprint print = fuzz::walkDocument(root);
+    checkUntrusted(text, !root.null(), &print);
     fuzz::check(countElements(root) == print.elements, "walks with and without comments disagree");
 
     NqbString pretty = dom.createXML(true);

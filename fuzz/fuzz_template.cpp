@@ -64,9 +64,25 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     return 0;
 }
 
+// What compiles under Untrusted compiles under Lenient to the same skeleton.
+void checkUntrusted(const NqbString& text, NqDomTemplate* lenient) {
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadUntrusted);
+    NqDomTemplate* t = dom.getTemplate(text);
+    if (!t) {
+        fuzz::check(dom.getErrorMessage().length() > 0, "failed untrusted template without a message");
+        return;
+    }
+    const bool same = lenient && t->getSkeleton().compare(lenient->getSkeleton(), true) == 0;
+    t->release();
+    fuzz::check(same, "untrusted and lenient templates differ");
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     NqDom dom;
-    NqDomTemplate* t = dom.getTemplate(fuzz::bytesToString(data, size));
+    const NqbString text = fuzz::bytesToString(data, size);
+    NqDomTemplate* t = dom.getTemplate(text);
+    checkUntrusted(text, t);
     if (!t) {
         fuzz::check(dom.getErrorMessage().length() > 0, "failed template without a message");
         return 0;

@@ -11,6 +11,29 @@
 
 class NqDomData;
 
+// How loadXML and loadFile treat what a text carries. Each policy refuses
+// what the one before it accepts.
+enum NqDomLoadPolicy {
+    // The engine's defaults: errors in the text may still give true with part
+    // of the document; external DTDs and entities are read.
+    NqDomLoadLenient = 0,
+    // Any error fails the load with its line and column; entity expansion and
+    // the memory a load takes are bounded; loadFile reads the file's bytes
+    // whole and resolves relative references against the file's folder.
+    NqDomLoadStrict = 1,
+    // Strict, and nothing outside the text is read: a document that needs an
+    // external DTD or entity fails with a message naming it.
+    NqDomLoadSelfContained = 2,
+    // SelfContained, no document type declaration, and elements nested at
+    // most nqDomUntrustedDepthLimit levels deep.
+    NqDomLoadUntrusted = 3
+};
+
+// Deepest element nesting NqDomLoadUntrusted accepts: enough for any real
+// document, shallow enough that createXML and getTemplate of what it accepts
+// run on a 1 MB stack.
+const int nqDomUntrustedDepthLimit = 256;
+
 // Handle on one document. Copies share the document; it is freed with the
 // last copy. Failures give false, a null string or a null node handle, with
 // the text in getErrorMessage().
@@ -42,8 +65,14 @@ public:
     // A deep, unattached copy of `node` owned by this document.
     NqDomNode importNode(const NqDomNode& node);
 
-    // Compiles a template; null on failure with the text in getErrorMessage().
+    // Compiles a template, loading it under this handle's load policy; null
+    // on failure with the text in getErrorMessage().
     NqDomTemplate* getTemplate(const NqbString& text);
+
+    // The policy of later loads, for this handle and the copies that share
+    // its document. A new handle takes the process default.
+    void setLoadPolicy(NqDomLoadPolicy policy);
+    NqDomLoadPolicy getLoadPolicy() const;
 
 private:
     NqDomData* m_data;
@@ -57,6 +86,11 @@ NQDOM_API int nqDomStartup(void* reserved, char** errorText);
 NQDOM_API void nqDomShutdown();
 // A new object for `interfaceName`; only "NqbConfSerializer" is known. Null otherwise.
 NQDOM_API NqbConfSerializer* nqDomGetInterface(const char* interfaceName);
+
+// The load policy of handles and serializers made from now on; Lenient
+// until set. An unknown value is ignored.
+NQDOM_API void nqDomSetDefaultLoadPolicy(NqDomLoadPolicy policy);
+NQDOM_API NqDomLoadPolicy nqDomGetDefaultLoadPolicy();
 
 NQDOM_API extern int nqx_build_number;
 NQDOM_API extern const char* nqx_build_info;

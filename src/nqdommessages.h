@@ -15,6 +15,9 @@ enum NqLibXmlMessage {
     NQ_MSG_CREATE_EXCEPTION = 342,     // exception code
     NQ_MSG_SERIALIZE_EXCEPTION = 343,  // exception code
     NQ_MSG_NO_DOCUMENT = 344,          // none
+    NQ_MSG_TEXT_REFUSED = 345,         // line, column, reason
+    NQ_MSG_FILE_REFUSED = 346,         // file name, line, column, reason
+    NQ_MSG_TEXT_TOO_LARGE = 347,       // none
     NQ_MSG_NO_MEMORY = 444,            // none
     NQ_MSG_WRITE_SHORT = 463,          // file name
     NQ_MSG_IMPORT_EXCEPTION = 471,     // exception message

@@ -37,7 +37,7 @@ public:
     NqDomTemplateImpl& operator=(const NqDomTemplateImpl&) = delete;
 
     // Compiles `text`; false with the failure text in *error.
-    bool init(const NqbString& text, NqbString* error);
+    bool init(const NqbString& text, NqbString* error, NqDomLoadPolicy policy = NqDomLoadLenient);
 
 private:
     friend class NqDomTemplateTestPeer;

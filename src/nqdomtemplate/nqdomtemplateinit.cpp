@@ -49,10 +49,11 @@ NqbString refusedBy(const NqDom& target) {
 
 }  // namespace
 
-bool NqDomTemplateImpl::init(const NqbString& text, NqbString* error) {
+bool NqDomTemplateImpl::init(const NqbString& text, NqbString* error, NqDomLoadPolicy policy) {
     error->setNull();
     NqDom source;
     NqDom skeleton;
+    source.setLoadPolicy(policy);
     if (!source.loadXML(text)) {
         *error = source.getErrorMessage();
         return false;

@@ -17,7 +17,8 @@ bool hasName(const NqDomNode& node, const char* name) {
 
 }  // namespace
 
-DomConfSerializer::DomConfSerializer() : m_cursor(m_entries.end()) {}
+DomConfSerializer::DomConfSerializer()
+    : m_cursor(m_entries.end()), m_loadPolicy(nqDomGetDefaultLoadPolicy()) {}
 
 void DomConfSerializer::addEntry(const NqbString& name, const NqbString& value,
                                  const NqbString& description) {
@@ -60,6 +61,7 @@ bool DomConfSerializer::read(const NqbString& fileName) {
     m_cursor = m_entries.end();
 
     NqDom dom;
+    dom.setLoadPolicy(m_loadPolicy);
     if (!dom.loadFile(fileName)) {
         m_errorMessage = dom.getErrorMessage();
         return false;

@@ -33,6 +33,8 @@ private:
     std::list<Entry> m_entries;
     std::list<Entry>::iterator m_cursor;
     NqbString m_errorMessage;
+    // The process default when the serializer was made.
+    NqDomLoadPolicy m_loadPolicy;
 };
 
 #endif

@@ -7,6 +7,7 @@
 
 #include "nqdom.h"
 #include "nqdommessages.h"
+#include "nqdomxhelper/nqdomreadbytes.h"
 #include "nqsfio.h"
 
 namespace {
@@ -45,9 +46,8 @@ std::unique_ptr<char[]> contentBuffer(std::int64_t length) {
     }
 }
 
-}  // namespace
-
-NqbString nqDomReadFileToString(const NqbString& fileName, NqbString* error) {
+// The file's content: all of it, or up to its first 0 byte.
+NqbString readFile(const NqbString& fileName, NqbString* error, bool untilZero) {
     FileHandle file;
     if (file.open(fileName.asCstr(), NP_FIO_READ) != 0) {
         *error = NQ_LIBXML_MESSAGE(NQ_MSG_OPEN_READ, fileName.asCstr());
@@ -77,10 +77,23 @@ NqbString nqDomReadFileToString(const NqbString& fileName, NqbString* error) {
         *error = NQ_LIBXML_MESSAGE(NQ_MSG_READ_SHORT, fileName.asCstr());
         return NqbString();
     }
-    // Ends at the first 0 byte of the content.
     NqbString content;
-    content.assign(buffer.get());
+    if (untilZero) {
+        content.assign(buffer.get());
+    } else {
+        content.assign(buffer.get(), count);
+    }
     return content;
+}
+
+}  // namespace
+
+NqbString nqDomReadFileToString(const NqbString& fileName, NqbString* error) {
+    return readFile(fileName, error, true);
+}
+
+NqbString nqDomReadFileBytes(const NqbString& fileName, NqbString* error) {
+    return readFile(fileName, error, false);
 }
 
 bool nqDomWriteStringToFile(const NqbString& fileName, const NqbString& text, NqbString* error) {

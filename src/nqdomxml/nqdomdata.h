@@ -3,10 +3,12 @@
 #define NQDOMDATA_H
 
 #include <cstdint>
+#include <memory>
 
 #include <xercesc/dom/DOM.hpp>
 
 #include "nqdom.h"
+#include "nqdomxml/nqdommemorybudget.h"
 #include "nqxlog.h"
 
 class NqDomData {
@@ -25,6 +27,10 @@ public:
     NqXMLTranscoder m_transcoder;
     std::uint32_t m_refCount;
     NqLogger_* m_logger;
+    NqDomLoadPolicy m_loadPolicy;
+    // Engine memory of the parser and its document under a bounded policy;
+    // released after both.
+    std::unique_ptr<NqMemoryBudget> m_budget;
 };
 
 #endif

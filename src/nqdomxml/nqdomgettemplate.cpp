@@ -15,7 +15,7 @@ NqDomTemplate* NqDom::getTemplate(const NqbString& text) {
             m_data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_NO_MEMORY);
             return nullptr;
         }
-        if (compiled->init(text, &m_data->m_errorMessage)) return compiled;
+        if (compiled->init(text, &m_data->m_errorMessage, m_data->m_loadPolicy)) return compiled;
     } catch (const std::bad_alloc&) {
         m_data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_NO_MEMORY);
     }

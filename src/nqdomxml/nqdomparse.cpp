@@ -1,13 +1,17 @@
 // NqDom: loading a document from text or from a file.
+#include <climits>
 #include <memory>
 
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/Wrapper4InputSource.hpp>
+#include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
 #include "nqdommessages.h"
+#include "nqdomxhelper/nqdomreadbytes.h"
 #include "nqdomxml/nqdomdata.h"
+#include "nqdomxml/nqdomguardedparser.h"
 #include "nqdomxmlcopy.h"
 
 using xercesc::DOMDocument;
@@ -16,13 +20,17 @@ using xercesc::DOMException;
 using xercesc::DOMImplementationLS;
 using xercesc::DOMLSInput;
 using xercesc::MemBufInputSource;
+using xercesc::OutOfMemoryException;
 using xercesc::Wrapper4InputSource;
+using xercesc::XMLException;
 using xercesc::XMLPlatformUtils;
 
 namespace {
 
 const NqLoggingLevel kTrace = 1;
 const NqLoggingLevel kFailure = 5;
+// Names a text that came from no file.
+const char kTextId[] = "dummy";
 
 struct InputRelease {
     void operator()(DOMLSInput* input) const { input->release(); }
@@ -45,10 +53,12 @@ void createParser(NqDomData* data) {
 }
 
 // Reads the string's own bytes, without a copy; `text` must outlive the input.
-InputPtr makeInput(NqDomData* data, const NqbString& text) {
+// The system identifier names the text in messages and is the base of
+// relative references in it.
+InputPtr makeInput(NqDomData* data, const NqbString& text, const NqbString& systemId) {
     std::unique_ptr<MemBufInputSource> source(new MemBufInputSource(
         reinterpret_cast<const XMLByte*>(text.asCstr()), static_cast<XMLSize_t>(text.cStrSize() - 1),
-        data->m_transcoder.fromC("dummy"), false, XMLPlatformUtils::fgMemoryManager));
+        data->m_transcoder.fromNqb(systemId), false, XMLPlatformUtils::fgMemoryManager));
     InputPtr input(new Wrapper4InputSource(source.get(), true, XMLPlatformUtils::fgMemoryManager));
     source.release();
     return input;
@@ -56,17 +66,98 @@ InputPtr makeInput(NqDomData* data, const NqbString& text) {
 
 // Errors in the text are not reported unless the parser throws: without an
 // error handler it returns what it built, possibly without an element.
-DOMElement* parse(NqDomData* data, const NqbString& text) {
-    const InputPtr input = makeInput(data, text);
+DOMElement* parse(NqDomData* data, const NqbString& text, const NqbString& systemId) {
+    const InputPtr input = makeInput(data, text, systemId);
     const DOMDocument* document = data->m_parser->parse(input.get());
     return document ? document->getDocumentElement() : nullptr;
 }
 
-}  // namespace
+bool loadLenient(NqDomData* data, const NqbString& text) {
+    try {
+        createParser(data);
+        data->m_root = parse(data, text, NqbString(kTextId));
+    } catch (const DOMException& e) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_PARSE_EXCEPTION, static_cast<int>(e.code));
+        return false;
+    }
+    return true;
+}
 
-bool NqDom::loadXML(const NqbString& xmlText) {
-    NqDomData* data = m_data;
-    data->m_logger->logEvent(kTrace, __FILE__, __LINE__, "enter loadXML with %d chars", xmlText.length());
+// Engine memory a bounded load may take: what a real document of this size
+// needs, far less than entities that expand without end would take.
+std::size_t budgetFor(const NqbString& text) {
+    const std::size_t kFloor = std::size_t(16) << 20;
+    const std::size_t kPerByte = 32;
+    return kFloor + kPerByte * static_cast<std::size_t>(text.length());
+}
+
+// Entity references a bounded load may expand: a real document writes each
+// one out (at least three bytes), while nested entities that multiply
+// (700 bytes that expand ten million times) reach the limit at once. Each
+// expansion costs the engine a thrown exception, so the floor is kept low.
+XMLSize_t expansionsFor(const NqbString& text) {
+    return 10000 + static_cast<XMLSize_t>(text.length()) / 4;
+}
+
+int clamped(XMLFileLoc position) {
+    return position > INT_MAX ? INT_MAX : static_cast<int>(position);
+}
+
+// A refusal with its place: line and column in the text, or in the file it
+// happened in (the loaded file, or an external entity).
+NqbString refusal(const NqbString& systemId, bool fromFile, const NqbString& uri, XMLFileLoc line,
+                  XMLFileLoc column, const NqbString& reason) {
+    const bool inText = uri.isNull() || uri.compare(systemId, true) == 0;
+    if (inText && !fromFile)
+        return NQ_LIBXML_MESSAGE(NQ_MSG_TEXT_REFUSED, clamped(line), clamped(column), reason.asCstr());
+    return NQ_LIBXML_MESSAGE(NQ_MSG_FILE_REFUSED, inText ? systemId.asCstr() : uri.asCstr(), clamped(line),
+                             clamped(column), reason.asCstr());
+}
+
+NqbString budgetRefusal(const NqMemoryBudget& budget, const NqbString& systemId, bool fromFile) {
+    const NqbString reason =
+        nqbStringFormat("the document takes more than %zu MB of memory to load", budget.limit() >> 20);
+    return refusal(systemId, fromFile, NqbString(), budget.line(), budget.column(), reason);
+}
+
+// Runs the guarded parser; any error, refusal or engine exception fails.
+bool loadGuarded(NqDomData* data, const NqbString& text, const NqbString& systemId, bool fromFile) {
+    data->m_budget.reset(new NqMemoryBudget(budgetFor(text)));
+    NqMemoryBudget& budget = *data->m_budget;
+    try {
+        NqGuardedParser* parser =
+            new NqGuardedParser(data->m_loadPolicy, data->m_transcoder, &budget, expansionsFor(text));
+        data->m_parser = parser;
+        budget.watch(parser->locator());
+        DOMElement* root = parse(data, text, systemId);
+        if (parser->failed()) {
+            data->m_errorMessage = refusal(systemId, fromFile, parser->where(), parser->line(),
+                                           parser->column(), parser->reason());
+            return false;
+        }
+        budget.lift();
+        data->m_root = root;
+        return true;
+    } catch (const OutOfMemoryException&) {
+        data->m_errorMessage = budget.exceeded() ? budgetRefusal(budget, systemId, fromFile)
+                                                 : NQ_LIBXML_MESSAGE(NQ_MSG_NO_MEMORY);
+    } catch (const DOMException& e) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_PARSE_EXCEPTION, static_cast<int>(e.code));
+    } catch (const XMLException& e) {
+        data->m_errorMessage =
+            refusal(systemId, fromFile, NqbString(), 0, 0, data->m_transcoder.toNqb(e.getMessage()));
+    }
+    return false;
+}
+
+// The text's length must fit the engine's and the string's counts.
+bool tooLarge(const NqbString& text) {
+    return text.length() < 0 || text.length() == INT_MAX;
+}
+
+// `systemId` is the file the text came from, or null for a text.
+bool load(NqDomData* data, const NqbString& text, const NqbString* fileName) {
+    data->m_logger->logEvent(kTrace, __FILE__, __LINE__, "enter loadXML with %d chars", text.length());
     if (!data->m_initialised) {
         data->m_logger->logEvent(kFailure, __FILE__, __LINE__, "not initialized");
         return false;
@@ -75,11 +166,15 @@ bool NqDom::loadXML(const NqbString& xmlText) {
     releaseParser(data);
     data->m_root = nullptr;
     data->m_errorMessage.assign("");
-    try {
-        createParser(data);
-        data->m_root = parse(data, xmlText);
-    } catch (const DOMException& e) {
-        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_PARSE_EXCEPTION, static_cast<int>(e.code));
+    bool loaded = false;
+    if (tooLarge(text)) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_TEXT_TOO_LARGE);
+    } else if (data->m_loadPolicy == NqDomLoadLenient) {
+        loaded = loadLenient(data, text);
+    } else {
+        loaded = loadGuarded(data, text, fileName ? *fileName : NqbString(kTextId), fileName != nullptr);
+    }
+    if (!loaded) {
         data->m_logger->logEvent(kFailure, __FILE__, __LINE__, "parse failure");
         releaseParser(data);
         return false;
@@ -88,17 +183,27 @@ bool NqDom::loadXML(const NqbString& xmlText) {
     return true;
 }
 
+}  // namespace
+
+bool NqDom::loadXML(const NqbString& xmlText) {
+    return load(m_data, xmlText, nullptr);
+}
+
+// Under the bounded policies the file's bytes are read whole, so a UTF-16
+// file loads and a 0 byte is an error with its place.
 bool NqDom::loadFile(const NqbString& fileName) {
     NqDomData* data = m_data;
     data->m_logger->logEvent(kTrace, __FILE__, __LINE__, "enter loadFile %s", fileName.asCstr());
     NqbString readError;
-    const NqbString content = nqDomReadFileToString(fileName, &readError);
+    const bool whole = data->m_loadPolicy != NqDomLoadLenient;
+    const NqbString content =
+        whole ? nqDomReadFileBytes(fileName, &readError) : nqDomReadFileToString(fileName, &readError);
     if (content.isNull()) {
         data->m_logger->logEvent(kFailure, __FILE__, __LINE__, "reading file %s", fileName.asCstr());
         data->m_errorMessage = readError;
         return false;
     }
-    const bool loaded = loadXML(content);
+    const bool loaded = load(data, content, whole ? &fileName : nullptr);
     data->m_logger->logEvent(kTrace, __FILE__, __LINE__, "exit loadFile");
     return loaded;
 }

@@ -1,4 +1,5 @@
 // NqDom: writing XML text and files, importing nodes from other documents.
+#include <climits>
 #include <memory>
 
 #include <xercesc/dom/DOM.hpp>
@@ -43,7 +44,8 @@ void setPrettyPrint(NqXMLTranscoder& transcoder, DOMLSSerializer* serializer) {
     serializer->setNewLine(transcoder.fromC("\r\n"));
 }
 
-// UTF-8 text of `target`; DOM exceptions reach the caller.
+// UTF-8 text of `target`; DOM exceptions reach the caller. A text too large
+// for a string is a null string with a message.
 NqbString serialize(NqDomData* data, bool prettyPrint, const DOMNode* target) {
     NqXMLTranscoder& transcoder = data->m_transcoder;
     OutputPtr output;  // released last, after the buffer it points at
@@ -56,6 +58,10 @@ NqbString serialize(NqDomData* data, bool prettyPrint, const DOMNode* target) {
     output->setByteStream(&buffer);
     // The result is not consulted: what reached the buffer is the text.
     serializer->write(target, output.get());
+    if (buffer.getLen() >= static_cast<XMLSize_t>(INT_MAX)) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_TEXT_TOO_LARGE);
+        return NqbString();
+    }
     NqbString text;
     text.assign(reinterpret_cast<const char*>(buffer.getRawBuffer()), static_cast<int>(buffer.getLen()));
     return text;

@@ -6,7 +6,6 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 
@@ -53,12 +52,6 @@ int np_fio_getb(NpFioHandle handle, void* buffer, int count) {
         std::abort();
     }
     return realGetb(handle, buffer, count);
-}
-
-int np_fio_putb(NpFioHandle handle, const void* buffer, int count) {
-    static const auto realPutb = real<int (*)(NpFioHandle, const void*, int)>("np_fio_putb");
-    if (g_fileFaults.writeLimit >= 0) count = std::min(count, g_fileFaults.writeLimit);
-    return realPutb(handle, buffer, count);
 }
 
 int np_fio_close(NpFioHandle handle) {

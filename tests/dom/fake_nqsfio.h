@@ -13,8 +13,6 @@ struct FileFaults {
     // process shrank the file after its length was taken.
     std::string shrinkPath;
     long shrinkSize = 0;
-    // Block writes move at most this many bytes; -1: no limit.
-    int writeLimit = -1;
 };
 
 // The faults in force; FileFaults() clears them.

@@ -3,9 +3,15 @@
 // left alone on success.
 #include <gtest/gtest.h>
 
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <string>
 
 #include "alloc_hook.h"
@@ -16,6 +22,7 @@
 namespace {
 
 const char kBefore[] = "left from before";
+const char kFifo[] = "(a FIFO)";
 
 class FileHelpers : public ::testing::Test {
 protected:
@@ -76,15 +83,17 @@ TEST_F(FileHelpers, ReadFailuresNameTheirCause) {
     } rows[] = {
         {"missing", nullptr, {}, 0, NQ_MSG_OPEN_READ, true},
         {"empty", "", {}, 0, NQ_MSG_FILE_EMPTY, false},
-        {"shrank to half before the read", "0123456789", {-2, path, 5, -1}, 0, NQ_MSG_READ_SHORT, true},
-        {"length not found", "<a/>", {-1, "", 0, -1}, 0, NQ_MSG_READ_SHORT, true},
+        {"shrank to half before the read", "0123456789", {-2, path, 5}, 0, NQ_MSG_READ_SHORT, true},
+        {"length not found", "<a/>", {-1, "", 0}, 0, NQ_MSG_READ_SHORT, true},
         {"allocator refuses length + 1", big.c_str(), {}, 12346, NQ_MSG_NO_MEMORY, false},
-        {"length past 32 bits", "<a/>", {std::int64_t{1} << 31, "", 0, -1}, 0, NQ_MSG_NO_MEMORY, false},
+        {"length past 32 bits", "<a/>", {std::int64_t{1} << 31, "", 0}, 0, NQ_MSG_NO_MEMORY, false},
+        {"FIFO without a writer", kFifo, {}, 0, NQ_MSG_OPEN_READ, true},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         unlink(path.c_str());
-        ASSERT_TRUE(!row.bytes || writeBytes(path, row.bytes));
+        ASSERT_TRUE(!row.bytes ||
+                    (row.bytes == kFifo ? mkfifo(path.c_str(), 0600) == 0 : writeBytes(path, row.bytes)));
         g_fileFaults = row.faults;
         failAllocationsOfSize(row.failingSize);
         expectReadFails(path, row.namesFile ? libxml(row.message, path.c_str()) : libxml(row.message));
@@ -119,30 +128,103 @@ TEST_F(FileHelpers, WriteCreatesOrReplacesTheWholeFile) {
     }
 }
 
-TEST_F(FileHelpers, WriteFailuresNameTheFile) {
-    const std::string missingDir = m_dir.file("no-such-dir/out.xml");
-    expectWriteFails(missingDir, libxml(NQ_MSG_OPEN_WRITE, missingDir.c_str()));
-    expectWriteFails("/dev/full", libxml(NQ_MSG_WRITE_SHORT, "/dev/full"));
+// A write either replaces the whole file or leaves the old one: a failure
+// keeps the old bytes and leaves no temporary file beside them.
+TEST_F(FileHelpers, WriteLeavesTheOldFileOrTheNewOne) {
+    enum Place { NoFolder, SizeLimit, Link, Private, FullDevice };
+    const struct {
+        const char* name;
+        Place place;
+        int message;  // 0: succeeds
+    } rows[] = {
+        {"folder missing", NoFolder, NQ_MSG_OPEN_WRITE},
+        {"file size limit reached part way", SizeLimit, NQ_MSG_WRITE_SHORT},
+        {"through a relative symbolic link, which stays", Link, 0},
+        {"mode 0600 and owner kept", Private, 0},
+        {"full device, written in place", FullDevice, NQ_MSG_WRITE_SHORT},
+    };
+    const std::string text(300000, 'n');
+    rlimit normal{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &normal), 0);
+    const rlimit limited{100000, normal.rlim_max};
+    signal(SIGXFSZ, SIG_IGN);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const TempDir dir;
+        const std::string target = dir.file("out.xml"), link = dir.file("link");
+        ASSERT_TRUE(writeBytes(target, kBefore));
+        ASSERT_EQ(symlink("out.xml", link.c_str()), 0);
+        ASSERT_EQ(chmod(target.c_str(), row.place == Private ? 0600 : 0644), 0);
+        const uid_t owner = row.place == Private && geteuid() == 0 ? 1 : geteuid();
+        ASSERT_EQ(chown(target.c_str(), owner, static_cast<gid_t>(-1)), 0);
+        const std::string path = row.place == NoFolder     ? dir.file("gone/out.xml")
+                                 : row.place == Link       ? link
+                                 : row.place == FullDevice ? "/dev/full"
+                                                           : target;
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, row.place == SizeLimit ? &limited : &normal), 0);
+        NqbString error(kBefore);
+        const bool written = nqDomWriteStringToFile(NqbString(path.c_str()), NqbString(text.c_str()), &error);
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &normal), 0);
 
-    // A partial write is short and leaves what was written.
-    const std::string partial = m_dir.file("partial.xml");
-    g_fileFaults.writeLimit = 4;
-    expectWriteFails(partial, libxml(NQ_MSG_WRITE_SHORT, partial.c_str()));
-    EXPECT_EQ(readBytes(partial), "some");
+        EXPECT_EQ(written, row.message == 0);
+        EXPECT_EQ(str(error), row.message == 0 ? kBefore : libxml(row.message, path.c_str()));
+        EXPECT_EQ(readBytes(target), row.message == 0 ? text : kBefore);
+        EXPECT_EQ(namesIn(dir.path()), "link out.xml");
+        struct stat info {};
+        ASSERT_EQ(lstat(link.c_str(), &info), 0);
+        EXPECT_TRUE(S_ISLNK(info.st_mode));
+        ASSERT_EQ(stat(target.c_str(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777, row.place == Private ? 0600u : 0644u);
+        EXPECT_EQ(info.st_uid, owner);
+    }
 }
 
-TEST_F(FileHelpers, PermissionFailuresNameTheFile) {
-    if (geteuid() == 0) GTEST_SKIP() << "running as root: permissions don't apply";
-    const std::string locked = m_dir.file("locked.xml");
-    ASSERT_TRUE(writeBytes(locked, "<a/>"));
-    ASSERT_EQ(chmod(locked.c_str(), 0), 0);
-    expectReadFails(locked, libxml(NQ_MSG_OPEN_READ, locked.c_str()));
+// A disk that fills up part way keeps the old file, and has its space back.
+TEST_F(FileHelpers, FullDiskKeepsTheOldFile) {
+    const std::string disk = m_dir.file("disk"), target = disk + "/out.xml";
+    ASSERT_EQ(mkdir(disk.c_str(), 0700), 0);
+    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", "none", MS_REC | MS_PRIVATE, nullptr) != 0 ||
+        mount("tmpfs", disk.c_str(), "tmpfs", 0, "size=256k") != 0) {
+        GTEST_SKIP() << "no small file system to fill: mounting one needs root (" << strerror(errno) << ")";
+    }
+    const std::string old(100000, 'o');
+    // The second fits only beside the old file, in the space the first freed.
+    const struct {
+        std::size_t size;
+        bool fits;
+    } rows[] = {{1 << 20, false}, {150000, true}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.size);
+        ASSERT_TRUE(writeBytes(target, old));
+        const std::string text(row.size, 'n');
+        NqbString error(kBefore);
+        EXPECT_EQ(nqDomWriteStringToFile(NqbString(target.c_str()), NqbString(text.c_str()), &error),
+                  row.fits);
+        EXPECT_EQ(str(error), row.fits ? kBefore : libxml(NQ_MSG_WRITE_SHORT, target.c_str()));
+        EXPECT_EQ(readBytes(target), row.fits ? text : old);
+        EXPECT_EQ(namesIn(disk), "out.xml");
+    }
+    umount2(disk.c_str(), MNT_DETACH);
+}
 
-    const std::string sealed = m_dir.file("sealed");
-    ASSERT_EQ(mkdir(sealed.c_str(), 0500), 0);
-    const std::string path = sealed + "/out.xml";
-    expectWriteFails(path, libxml(NQ_MSG_OPEN_WRITE, path.c_str()));
-    EXPECT_FALSE(fileExists(path));
+// Root passes permission bits, so the test takes away what lets it.
+TEST_F(FileHelpers, PermissionFailuresKeepTheOldFile) {
+    const std::string locked = m_dir.file("locked.xml"), sealed = m_dir.file("sealed");
+    const std::string inSealed = sealed + "/out.xml";
+    ASSERT_TRUE(writeBytes(locked, kBefore));
+    ASSERT_EQ(chmod(locked.c_str(), 0), 0);
+    ASSERT_EQ(mkdir(sealed.c_str(), 0700), 0);
+    ASSERT_TRUE(writeBytes(inSealed, kBefore));
+    ASSERT_EQ(chmod(sealed.c_str(), 0500), 0);
+    {
+        const PermissionsApply asAnyone;
+        expectReadFails(locked, libxml(NQ_MSG_OPEN_READ, locked.c_str()));
+        for (const std::string& path : {locked, inSealed})
+            expectWriteFails(path, libxml(NQ_MSG_OPEN_WRITE, path.c_str()));
+    }
+    EXPECT_EQ(readBytes(locked), kBefore);
+    EXPECT_EQ(readBytes(inSealed), kBefore);
+    EXPECT_EQ(namesIn(sealed), "out.xml");
 }
 
 }  // namespace

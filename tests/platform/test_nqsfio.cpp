@@ -2,14 +2,13 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <cerrno>
-#include <chrono>
+#include <csignal>
 #include <fstream>
 #include <string>
-#include <thread>
 
 #include "test_files.h"
 
@@ -70,6 +69,7 @@ TEST_F(NqsfioTest, OpenFailuresLeaveNoHandle) {
     EXPECT_EQ(failure(m_dir + "/no/dir/file", NP_FIO_WRITE), ENOENT);
     EXPECT_EQ(failure(m_dir, NP_FIO_WRITE), EISDIR);
     EXPECT_EQ(failure(m_dir, NP_FIO_READ), EISDIR);
+    EXPECT_EQ(failure("/dev/null", NP_FIO_READ), ESPIPE) << "only a regular file is read";
     for (int mode : {0, 2, 69, 71, -1}) EXPECT_EQ(failure(m_file, mode), EINVAL) << mode;
     EXPECT_NE(access(m_file.c_str(), F_OK), 0) << "an unknown mode must not create the file";
     NpFioHandle handle = nullptr;
@@ -85,35 +85,63 @@ TEST_F(NqsfioTest, BadArgumentsAndAFullDeviceFail) {
     EXPECT_EQ(np_fio_getb(in, buffer, -1), -1);
     EXPECT_EQ(np_fio_getb(in, nullptr, 4), -1);
     EXPECT_EQ(np_fio_putb(in, "x", 1), -1) << "a file opened for reading takes no writes";
-    EXPECT_EQ(np_fio_close(in), 0);
+    EXPECT_EQ(np_fio_close(in), EBADF) << "close reports the refused write";
     EXPECT_EQ(np_fio_getb(nullptr, buffer, 1), -1);
     EXPECT_EQ(np_fio_putb(nullptr, buffer, 1), -1);
     EXPECT_EQ(np_fio_seek(nullptr, 0, NP_FIO_SEEK_END), -1);
     EXPECT_NE(np_fio_close(nullptr), 0);
     NpFioHandle full = open("/dev/full", NP_FIO_WRITE);
     EXPECT_EQ(np_fio_putb(full, "abc", 3), -1) << "a full device takes nothing";
-    np_fio_close(full);
+    EXPECT_EQ(np_fio_close(full), ENOSPC) << "close reports the failed write";
+
+    // The folder made read-only while the file is written: nothing replaced.
+    const std::string folder = m_temp.file("folder"), path = folder + "/file";
+    ASSERT_EQ(mkdir(folder.c_str(), 0700), 0);
+    const PermissionsApply asAnyone;
+    NpFioHandle out = open(path, NP_FIO_WRITE);
+    ASSERT_EQ(chmod(folder.c_str(), 0500), 0);
+    EXPECT_EQ(np_fio_putb(out, "abc", 3), 3);
+    EXPECT_EQ(np_fio_close(out), EACCES);
+    EXPECT_FALSE(fileExists(path));
 }
 
-// A pipe hands data over in the pieces the writer sends, so one read returns
-// less than asked: getb must keep reading until the count or the end.
-TEST_F(NqsfioTest, ReadCollectsShortReads) {
-    ASSERT_EQ(mkfifo(m_file.c_str(), 0600), 0);
-    std::thread writer([this] {
-        const int fd = ::open(m_file.c_str(), O_WRONLY);
-        for (const std::string piece : {"one-", "two-three-", "four-five"}) {
-            EXPECT_EQ(write(fd, piece.data(), piece.size()), static_cast<ssize_t>(piece.size()));
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+// A writer killed part way through a 200 MB file leaves the old file, and
+// nothing beside it once the next write is done.
+TEST_F(NqsfioTest, KilledWriterLeavesTheOldFile) {
+    const std::string old = "old bytes", chunk(1 << 20, 'k');
+    const int size = static_cast<int>(chunk.size());
+    ASSERT_TRUE(writeBytes(m_file, old));
+    int half[2];
+    ASSERT_EQ(pipe(half), 0);
+    const pid_t writer = fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+        NpFioHandle out = nullptr;
+        if (np_fio_open(m_file.c_str(), NP_FIO_WRITE, &out) != 0) _exit(1);
+        for (int i = 0; i < 200; ++i) {
+            if (np_fio_putb(out, chunk.data(), size) != size) _exit(1);
+            if (i == 100 && write(half[1], "h", 1) != 1) _exit(1);
         }
-        close(fd);
-    });
-    NpFioHandle in = open(m_file, NP_FIO_READ);
-    char back[40] = {};
-    const int got = in ? np_fio_getb(in, back, sizeof back) : -1;
-    writer.join();
-    np_fio_close(in);
-    EXPECT_EQ(got, 23);
-    EXPECT_STREQ(back, "one-two-three-four-five");
+        // Killed before it could close, however slowly the test runs.
+        char never;
+        _exit(static_cast<int>(read(half[0], &never, 1)));
+    }
+    close(half[1]);
+    char signal = 0;
+    EXPECT_EQ(read(half[0], &signal, 1), 1) << "the writer failed before half way";
+    kill(writer, SIGKILL);
+    int status = 0;
+    ASSERT_EQ(waitpid(writer, &status, 0), writer);
+    close(half[0]);
+    EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) << status;
+    const std::string left = readBytes(m_file);
+    EXPECT_TRUE(left == old) << left.size() << " bytes left, not the old file";
+
+    NpFioHandle out = open(m_file, NP_FIO_WRITE);
+    EXPECT_EQ(np_fio_putb(out, "new", 3), 3);
+    EXPECT_EQ(np_fio_close(out), 0);
+    EXPECT_EQ(readBytes(m_file), "new");
+    EXPECT_EQ(namesIn(m_dir), "file");
 }
 
 }  // namespace

@@ -25,5 +25,20 @@ bool writeBytes(const std::string& path, const std::string& bytes);
 // The bytes of `path`; empty when it can't be read.
 std::string readBytes(const std::string& path);
 bool fileExists(const std::string& path);
+// The names in folder `path`, sorted, joined by spaces.
+std::string namesIn(const std::string& path);
+
+// Root passes permission bits. While this lives, the calling thread lacks the
+// capabilities that let it, so a read-only file or folder refuses it too.
+class PermissionsApply {
+public:
+    PermissionsApply();
+    ~PermissionsApply();
+    PermissionsApply(const PermissionsApply&) = delete;
+    PermissionsApply& operator=(const PermissionsApply&) = delete;
+
+private:
+    unsigned m_effective = 0;
+};
 
 #endif

