@@ -107,4 +107,16 @@ TEST(Parse, LoadFileTracesBothLevels) {
     }
 }
 
+// Under Strict an error in an external entity names the entity's file.
+TEST(Parse, StrictNamesTheFileAnErrorIsIn) {
+    TempDir dir;
+    ASSERT_TRUE(writeBytes(dir.file("ext.dtd"), "<!ELEMENT a ANY>\n<!bad>"));
+    ASSERT_TRUE(writeBytes(dir.file("d.xml"), "<!DOCTYPE a SYSTEM 'ext.dtd'><a/>"));
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadStrict);
+    EXPECT_FALSE(dom.loadFile(dir.file("d.xml").c_str()));
+    EXPECT_EQ(str(dom.getErrorMessage()), "LibXML 346: file \"" + dir.file("ext.dtd") +
+                                              "\", line 2, column 3: markup declaration expected");
+}
+
 }  // namespace
