@@ -37,7 +37,7 @@ inline std::string describeAttributes(const NqDomNode& node, const char* separat
 // Message `id` of the "LibXML" catalogue with its arguments put in.
 template <typename... Args>
 std::string libxml(int id, Args... args) {
-    return str(nqb_get_message("", 0, NQ_CATALOGUE_LIBXML, id, args...));
+    return str(nqb_get_message("", 0, "LibXML", id, args...));
 }
 
 // "name=xpath" per variable in index order, "?" after an optional one.

@@ -1,6 +1,7 @@
-// Node handle: walking, texts, building, moving and removing nodes.
+// Node handle: walking, texts, building, moving, removing, attributes.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <string>
 
 #include <xercesc/dom/DOMException.hpp>
@@ -14,43 +15,49 @@ std::string children(const NqDomNode& node, bool includeComments) {
     std::string out;
     for (NqDomNode child = node.getFirstChild(includeComments); !child.null();
          child = child.getNextSibling(includeComments)) {
-        if (!out.empty()) out += ",";
-        out += child.isComment() ? "!" + str(child.getValue(false)) : str(child.getName());
+        out += (out.empty() ? "" : ",") +
+               (child.isComment() ? "!" + str(child.getValue(false)) : str(child.getName()));
     }
     return out;
 }
 
-// Walks from `node`: 'e' first child element, 'c' first child with comments,
-// 'n' next element sibling.
+// Walks from `node`: 'e' first child element, 'n' next element sibling.
 NqDomNode at(NqDomNode node, const char* path) {
-    for (; *path; ++path) node = *path == 'n' ? node.getNextSibling(false) : node.getFirstChild(*path == 'c');
+    for (; *path; ++path) node = *path == 'n' ? node.getNextSibling(false) : node.getFirstChild(false);
     return node;
+}
+
+std::string attributes(const NqDomNode& node) {
+    return describeAttributes(node, " ");
 }
 
 using NodeTest = LoadedDom;
 
-TEST_F(NodeTest, WalkingSeesOnlyElementsAndOptionallyComments) {
-    const struct {
-        const char* xml;
-        const char* elements;
-        const char* withComments;
-    } rows[] = {
-        {"<a/>", "", ""},
-        {"<a>t<!--c--></a>", "", "!c"},
-        {"<a>x<b/><?pi d?><![CDATA[z]]><!--c-->&amp;<d/>y</a>", "b,d", "b,!c,d"},
-        {"<a><b><c/></b><!--k--><d/></a>", "b,d", "b,!k,d"},
-        {"<p:a xmlns:p=\"u\"><p:b/><b\xc3\xa9/></p:a>", "p:b,b\xc3\xa9", "p:b,b\xc3\xa9"},
+// Rows: document, element children, children with comments, first text, all
+// texts, and the element once setValue("1<2") has replaced its direct texts.
+TEST_F(NodeTest, WalkingReadingAndSettingTexts) {
+    const char* const rows[][6] = {
+        {"<a>x<b/><?pi d?><![CDATA[z]]><!--c-->&amp;<d/>y</a>", "b,d", "b,!c,d", "x", "x & y",
+         "<a><b/><?pi d?><![CDATA[z]]><!--c--><d/>1&lt;2</a>"},
+        {"<a><b><c/></b><!--k--><d>in</d></a>", "b,d", "b,!k,d", "<null>", "<null>",
+         "<a><b><c/></b><!--k--><d>in</d>1&lt;2</a>"},
+        {"<a> <b/>y</a>", "b", "b", " ", "  y", "<a><b/>1&lt;2</a>"},
     };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.xml);
-        NqDomNode root = load(row.xml);
-        EXPECT_EQ(children(root, false), row.elements);
-        EXPECT_EQ(children(root, true), row.withComments);
+        SCOPED_TRACE(row[0]);
+        NqDomNode root = load(row[0]);
+        EXPECT_EQ(children(root, false), row[1]);
+        EXPECT_EQ(children(root, true), row[2]);
+        EXPECT_EQ(str(root.getValue(false)), row[3]);
+        EXPECT_EQ(str(root.getValue(true)), row[4]);
+        root.setValue("1<2");
+        EXPECT_EQ(xml(), row[5]);
     }
     NqDomNode root = load("<!--before--><a/><!--after-->");
     EXPECT_TRUE(root.getNextSibling(false).null());
-    EXPECT_TRUE(root.getNextSibling(true).isComment());
     EXPECT_EQ(str(root.getNextSibling(true).getValue(false)), "after");
+    root.setValue(kInvalidUtf8);
+    EXPECT_EQ(xml(), "<a>!INVALIDUTF8STR!</a>");
 }
 
 // A comment handle only walks sideways and reads its text; neither it nor a
@@ -59,22 +66,16 @@ TEST_F(NodeTest, CommentAndNullHandlesDoNotBuild) {
     NqDomNode root = load("<a k=\"1\"><!--c--><b><e/></b></a>");
     const struct {
         NqDomNode handle;
-        bool comment;
         const char* value;
         const char* next;
-    } rows[] = {{root.getFirstChild(true), true, "c", "b"}, {NqDomNode(), false, "<null>", "<null>"}};
+    } rows[] = {{root.getFirstChild(true), "c", "b"}, {NqDomNode(), "<null>", "<null>"}};
     for (auto row : rows) {
         SCOPED_TRACE(row.value);
-        EXPECT_EQ(row.handle.null(), !row.comment);
-        EXPECT_EQ(row.handle.isComment(), row.comment);
-        EXPECT_TRUE(row.handle.getFirstChild(false).null());
+        EXPECT_EQ(row.handle.isComment(), !row.handle.null());
         EXPECT_TRUE(row.handle.getFirstChild(true).null());
         EXPECT_EQ(str(row.handle.getNextSibling(false).getName()), row.next);
-        EXPECT_EQ(str(row.handle.getNextSibling(true).getName()), row.next);
         EXPECT_EQ(str(row.handle.getName()), "<null>");
-        EXPECT_EQ(str(row.handle.getValue(false)), row.value);
         EXPECT_EQ(str(row.handle.getValue(true)), row.value);
-
         row.handle.setValue("z");
         EXPECT_TRUE(row.handle.addChild("x").null());
         EXPECT_TRUE(row.handle.addChildNS("urn:x", "p:x").null());
@@ -82,155 +83,94 @@ TEST_F(NodeTest, CommentAndNullHandlesDoNotBuild) {
         EXPECT_EQ(row.handle.getAttributeCount(), 0);
         NqbString name("stale"), value("stale");
         row.handle.getAttributeNameValue(0, &name, &value);
-        EXPECT_EQ(str(name) + str(value), "<null><null>");
-        EXPECT_EQ(str(row.handle.getAttributeValue("k")), "<null>");
+        EXPECT_EQ(str(name) + str(value) + str(row.handle.getAttributeValue("k")), "<null><null><null>");
         EXPECT_FALSE(row.handle.setAttributeValue("k", "v"));
         EXPECT_FALSE(row.handle.setAttributeValueNS("urn:x", "p:k", "v"));
         row.handle.clearAttributes();
+        EXPECT_TRUE(root.addChild(NqDomNode()).null());
         EXPECT_EQ(xml(), "<a k=\"1\"><!--c--><b><e/></b></a>");
     }
-    NqDomNode none;
-    EXPECT_TRUE(root.addChild(none).null());
-    none.remove();
-    EXPECT_TRUE(none.null());
-    EXPECT_EQ(xml(), "<a k=\"1\"><!--c--><b><e/></b></a>");
 }
 
-TEST_F(NodeTest, ValueReadsDirectTextChildren) {
-    const struct {
-        const char* xml;
-        const char* first;
-        const char* all;
-    } rows[] = {
-        {"<a>x<b/>y</a>", "x", "x y"},
-        {"<a><![CDATA[c]]>t</a>", "t", "t"},
-        {"<a/>", "<null>", "<null>"},
-        {"<a><b>inner</b></a>", "<null>", "<null>"},
-        {"<a>x<!--c-->y<b>in</b>z</a>", "x", "x y z"},
-        {"<a>x&amp;y</a>", "x&y", "x&y"},
-        {"<a> <b/>y</a>", " ", "  y"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.xml);
-        NqDomNode root = load(row.xml);
-        EXPECT_EQ(str(root.getValue(false)), row.first);
-        EXPECT_EQ(str(root.getValue(true)), row.all);
-    }
-}
+// A bad name makes the engine throw; a node moves unless it would become its
+// own ancestor; one of another document is refused until imported; a removed
+// node stays with the document and can come back.
+TEST_F(NodeTest, BuildMoveAndRemove) {
+    NqDomNode root = load("<a><!--k--><b><c>t</c></b><d/></a>");
+    EXPECT_THROW(root.addChild("x y"), xercesc::DOMException);
+    EXPECT_THROW(root.addChildNS("urn:x", "p:1c"), xercesc::DOMException);
+    EXPECT_THROW(root.addChildNS("", "p:c"), xercesc::DOMException);  // a prefix needs a namespace
+    NqDomNode b = at(root, "e"), c = at(root, "ee");
+    EXPECT_TRUE(b.addChild(b).null());
+    EXPECT_TRUE(c.addChild(b).null());
+    EXPECT_EQ(str(at(root, "en").addChild(c).getName()), "c");
+    root.addChild("e").addChild("f").setValue("v");
+    EXPECT_EQ(str(root.addChildNS("urn:x", "p:g").getName()), "p:g");
+    EXPECT_EQ(xml(), "<a><!--k--><b/><d><c>t</c></d><e><f>v</f></e><p:g xmlns:p=\"urn:x\"/></a>");
 
-TEST_F(NodeTest, SetValueReplacesDirectTextChildren) {
-    const struct {
-        const char* xml;
-        const char* text;
-        const char* expected;
-    } rows[] = {
-        {"<a>x<b/>y</a>", "z", "<a><b/>z</a>"},
-        {"<a/>", "z", "<a>z</a>"},
-        {"<a><![CDATA[c]]>t<!--k--><b>in</b></a>", "z", "<a><![CDATA[c]]><!--k--><b>in</b>z</a>"},
-        {"<a>x</a>", "1<2&3", "<a>1&lt;2&amp;3</a>"},
-        {"<a>x</a>", kInvalidUtf8, "<a>!INVALIDUTF8STR!</a>"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.xml);
-        load(row.xml).setValue(row.text);
-        EXPECT_EQ(xml(), row.expected);
-    }
-    NqDomNode root = load("<a/>");
-    root.setValue("");
-    EXPECT_EQ(str(root.getValue(true)), "") << "empty text, not null";
-}
-
-TEST_F(NodeTest, AddChildAppendsOrThrowsOnABadName) {
-    const struct {
-        const char* uri;  // null: addChild
-        const char* name;
-    } rows[] = {
-        {nullptr, "x y"},        {nullptr, kInvalidUtf8},
-        {"urn:x", "p:1c"},       {"", "p:c"},  // a prefix needs a namespace
-        {"urn:x", kInvalidUtf8},
-    };
-    NqDomNode root = load("<a><b/>t</a>");
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.uri ? row.uri : "-") + " " + row.name);
-        EXPECT_THROW(row.uri ? root.addChildNS(row.uri, row.name) : root.addChild(row.name),
-                     xercesc::DOMException);
-        EXPECT_EQ(xml(), "<a><b/>t</a>");
-    }
-    // Good names give usable elements at the end.
-    NqDomNode c = root.addChild("c");
-    EXPECT_EQ(str(c.getName()), "c");
-    c.addChild("d").setValue("v");
-    EXPECT_EQ(str(root.addChildNS("urn:x", "p:e").getName()), "p:e");
-    EXPECT_EQ(xml(), "<a><b/>t<c><d>v</d></c><p:e xmlns:p=\"urn:x\"/></a>");
-}
-
-// A node of the same document moves, unless it would become its own ancestor.
-TEST_F(NodeTest, AddChildOfANodeMovesIt) {
-    const char* const original = "<a><!--k--><b><c>t</c></b><d/></a>";
-    const struct {
-        const char* parent;
-        const char* child;
-        const char* expected;
-    } rows[] = {
-        {"en", "ee", "<a><!--k--><b/><d><c>t</c></d></a>"},
-        {"e", "c", "<a><b><c>t</c><!--k--></b><d/></a>"},
-        {"e", "e", original},
-        {"ee", "e", original},
-        {"ee", "", original},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.parent) + " " + row.child);
-        NqDomNode root = load(original);
-        const NqDomNode child = at(root, row.child);
-        const NqDomNode added = at(root, row.parent).addChild(child);
-        // The result designates the moved node.
-        const std::string moved = str(child.getName()) + str(child.getValue(false));
-        EXPECT_EQ(added.null() ? "refused" : str(added.getName()) + str(added.getValue(false)),
-                  row.expected == original ? "refused" : moved);
-        EXPECT_EQ(xml(), row.expected);
-    }
-}
-
-TEST_F(NodeTest, AddChildRefusesNodesOfAnotherDocument) {
-    NqDomNode root = load("<a><b/></a>");
     NqDom other;
     ASSERT_TRUE(other.loadXML("<x><y/></x>"));
     NqDomNode y = other.getRoot().getFirstChild(false);
-
-    EXPECT_TRUE(root.addChild(y).null());
-    EXPECT_TRUE(y.addChild(root.getFirstChild(false)).null());
-    EXPECT_EQ(xml(), "<a><b/></a>");
+    EXPECT_TRUE(b.addChild(y).null());
+    EXPECT_FALSE(b.addChild(m_dom.importNode(y)).null());
     EXPECT_EQ(str(other.createXML(false, other.getRoot())), "<x><y/></x>");
 
-    EXPECT_FALSE(root.addChild(m_dom.importNode(y)).null());
-    EXPECT_EQ(xml(), "<a><b/><y/></a>");
-}
-
-TEST_F(NodeTest, RemoveDetachesAndNullsTheHandle) {
-    NqDomNode root = load("<a><b>t</b><!--c--><d/></a>");
-    NqDomNode b = root.getFirstChild(false);
     const NqDomNode kept = b;
     NqDomNode copy = b;
     b.remove();
-    EXPECT_TRUE(b.null());
-    EXPECT_EQ(xml(), "<a><!--c--><d/></a>");
+    copy.remove();  // no parent left to leave
+    EXPECT_TRUE(b.null() && copy.null());
+    root.getFirstChild(true).remove();
+    EXPECT_EQ(xml(), "<a><d><c>t</c></d><e><f>v</f></e><p:g xmlns:p=\"urn:x\"/></a>");
+    EXPECT_FALSE(at(root, "e").addChild(kept).null());
+    EXPECT_EQ(xml(), "<a><d><c>t</c><b><y/></b></d><e><f>v</f></e><p:g xmlns:p=\"urn:x\"/></a>");
+}
 
-    b.remove();
-    // A copy of the handle has no parent to leave.
-    copy.remove();
-    EXPECT_TRUE(copy.null());
-    EXPECT_EQ(xml(), "<a><!--c--><d/></a>");
+// Attributes are read as written and set by name, or by namespace and local
+// name; a bad name fails and changes nothing.
+TEST_F(NodeTest, AttributesReadAndSet) {
+    NqDomNode e = load("<e xmlns:p=\"u\" p:a=\"1\" b=\"\" c=\"&lt;\xc3\xa9&quot;\"/>");
+    EXPECT_EQ(e.getAttributeCount(), 4);
+    EXPECT_EQ(attributes(e), "b= c=<\xc3\xa9\" p:a=1 xmlns:p=u");
+    EXPECT_EQ(str(e.getAttributeValue("p:a")) + str(e.getAttributeValue("a")), "1<null>");
+    for (int index : {-1, 4, INT_MAX}) {
+        NqbString name("stale"), value("stale");
+        e.getAttributeNameValue(index, &name, &value);
+        EXPECT_EQ(str(name) + str(value), "<null><null>") << index;
+    }
+    e = load("<e a=\"1\"/>");
+    NqbString name, value;  // only the outputs asked for are filled
+    e.getAttributeNameValue(0, nullptr, &value);
+    e.getAttributeNameValue(0, &name, nullptr);
+    EXPECT_EQ(str(name) + "=" + str(value), "a=1");
+    EXPECT_TRUE(e.setAttributeValue("k", "first"));
+    EXPECT_TRUE(e.setAttributeValue("k", "x<\"&"));
+    EXPECT_TRUE(e.setAttributeValueNS("urn:x", "p:k", "1"));
+    EXPECT_TRUE(e.setAttributeValueNS("urn:x", "p:k", "2"));
+    EXPECT_FALSE(e.setAttributeValue("x y", "v"));
+    EXPECT_FALSE(e.setAttributeValueNS("urn:x", "xmlns:k", "v"));
+    EXPECT_EQ(attributes(e), "a=1 k=x<\"& p:k=2");
+}
 
-    NqDomNode comment = root.getFirstChild(true);
-    ASSERT_TRUE(comment.isComment());
-    comment.remove();
-    EXPECT_TRUE(comment.null());
-    EXPECT_EQ(xml(), "<a><d/></a>");
-
-    // The removed node stays with the document and can come back.
-    EXPECT_EQ(str(kept.getValue(false)), "t");
-    EXPECT_FALSE(root.addChild(kept).null());
-    EXPECT_EQ(xml(), "<a><d/><b>t</b></a>");
+// Removing an attribute with a declared default puts the default back; the
+// loop must still end, and only the element's own attributes go.
+TEST_F(NodeTest, ClearAttributesEndsWhenDefaultsComeBack) {
+    const char* const dtd = "<!DOCTYPE e [<!ATTLIST e d CDATA \"dv\" z CDATA \"zv\">]>";
+    const char* const rows[][3] = {
+        // element, its attributes, those of its child after clearing
+        {"<e a=\"1\" d=\"x\" b=\"2\"><f c=\"3\"/></e>", "a=1 b=2 d=x z=zv", "c=3"},
+        {"<e b=\"2\" z=\"y\" a=\"1\" d=\"x\" c=\"3\"/>", "a=1 b=2 c=3 d=x z=y", ""},
+    };
+    for (const auto& row : rows) {
+        NqDomNode e = load(std::string(dtd) + row[0]);
+        EXPECT_EQ(attributes(e), row[1]);
+        e.clearAttributes();
+        EXPECT_EQ(attributes(e), "d=dv z=zv");
+        EXPECT_EQ(attributes(e.getFirstChild(false)), row[2]);
+    }
+    NqDomNode e = load("<e a=\"1\" b=\"2\"/>");
+    e.clearAttributes();
+    EXPECT_EQ(xml(), "<e/>");
 }
 
 }  // namespace

@@ -1,6 +1,8 @@
 // Parsing text and files, and the records it writes to "NQ.DOMXML".
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstring>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -38,109 +40,83 @@ private:
     Records m_records;
 };
 
+// Without namespace processing names keep their prefixes, declarations are
+// plain attributes and an undeclared prefix is no error. With no error
+// handler the parser reports nothing: the load succeeds and the root is
+// whatever element was built before the error, if any. Only an exception of
+// the engine's document builder fails the load.
 TEST(Parse, LoadReplacesTheDocumentClearsTheErrorAndTraces) {
-    LogCapture log;
-    NqDom dom;
-    NqDom copy(dom);
-    EXPECT_TRUE(log.take().empty()) << "construction writes no record";
-    ASSERT_FALSE(dom.startNewDocument("a b"));
-    ASSERT_TRUE(dom.loadXML("<a><b/></a>"));
-    EXPECT_EQ(log.take(), (Records{enterLoadXML(11), trace("exit loadXML")}));
-    EXPECT_EQ(str(dom.getRoot().getName()), "a");
-    EXPECT_EQ(str(dom.getRoot().getFirstChild(false).getName()), "b");
-    EXPECT_EQ(str(dom.getErrorMessage()), "");
-
-    // Without namespace processing names keep their prefixes, declarations
-    // are plain attributes and an undeclared prefix is no error.
-    ASSERT_TRUE(dom.loadXML("<x:a xmlns:x='urn:x' x:k='v'><x:b/><u:c/></x:a>"));
-    const NqDomNode root = dom.getRoot();
-    EXPECT_EQ(str(root.getName()), "x:a");
-    EXPECT_EQ(root.getAttributeCount(), 2);
-    EXPECT_EQ(str(root.getAttributeValue("xmlns:x")), "urn:x");
-    EXPECT_EQ(str(root.getAttributeValue("x:k")), "v");
-    EXPECT_EQ(str(root.getFirstChild(false).getName()), "x:b");
-    EXPECT_EQ(str(root.getFirstChild(false).getNextSibling(false).getName()), "u:c");
-
-    ASSERT_TRUE(dom.loadXML("<?xml version='1.0' encoding='ISO-8859-1'?><a>caf\xe9</a>"));
-    EXPECT_EQ(str(dom.getRoot().getValue(false)), "caf\xc3\xa9");
-}
-
-// With no error handler the parser reports nothing: the load succeeds and the
-// root is whatever element was built before the error, if any.
-TEST(Parse, BadTextSucceedsWithWhatTheParserBuilt) {
     const struct {
         NqbString xml;
-        const char* root;  // null: no document element
+        const char* root;  // "name/first child/attribute count", "<null>", or the error
     } rows[] = {
-        {NqbString(), nullptr},
-        {NqbString(""), nullptr},
-        {NqbString("<a><b></a>"), "a"},
-        {NqbString("<a x='1' x='2'/>"), nullptr},
-        {NqbString("<!DOCTYPE a SYSTEM '/nonexistent/a.dtd'><a/>"), nullptr},
+        {NqbString("<x:a xmlns:x='urn:x' x:k='v'><u:c/></x:a>"), "x:a/u:c/2"},
+        {NqbString("<?xml version='1.0' encoding='ISO-8859-1'?><a>caf\xe9</a>"), "a/caf\xc3\xa9/0"},
+        {NqbString(), "<null>"},
+        {NqbString("<a><b></a>"), "a/b/0"},
+        {NqbString("<a x='1' x='2'/>"), "<null>"},
+        {NqbString("<?xml version='1.2'?><a/>"), "LibXML 341: parsing failed: DOM exception 9"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(str(row.xml));
         NqDom dom;
-        ASSERT_TRUE(dom.startNewDocument("previous"));
+        ASSERT_FALSE(dom.startNewDocument("a b"));
         LogCapture log;
-        EXPECT_TRUE(dom.loadXML(row.xml));
-        EXPECT_EQ(str(dom.getErrorMessage()), "");
-        EXPECT_EQ(str(dom.getRoot().getName()), row.root ? row.root : "<null>");
-        EXPECT_EQ(log.take(), (Records{enterLoadXML(row.xml.length()), trace("exit loadXML")}));
+        const bool loaded = dom.loadXML(row.xml);
+        EXPECT_EQ(log.take(),
+                  (Records{enterLoadXML(row.xml.length()),
+                           loaded ? trace("exit loadXML") : Record{"NQ.DOMXML", 5, "parse failure"}}));
+        const NqDomNode root = dom.getRoot();
+        const NqDomNode child = root.getFirstChild(false);
+        EXPECT_EQ(str(dom.getErrorMessage()), loaded ? "" : row.root);
+        EXPECT_EQ(!loaded || root.null()
+                      ? "<null>"
+                      : str(root.getName()) + "/" +
+                            (child.null() ? str(root.getValue(false)) : str(child.getName())) + "/" +
+                            std::to_string(root.getAttributeCount()),
+                  loaded ? row.root : "<null>");
     }
 }
 
+// An unreadable file keeps the current document, and its error becomes the error text.
 TEST(Parse, LoadFileTracesBothLevels) {
-    const struct {
-        std::string content;
-        const char* root;  // null: no document element
-    } rows[] = {
-        {"<?xml version=\"1.0\"?>\n<entries><entry name=\"n\">v</entry></entries>\n", "entries"},
-        {"garbage", nullptr},
-    };
     TempDir dir;
     const std::string path = dir.file("doc.xml");
+    const std::string missing = "LibXML 1041: cannot open file \"" + path + "\" for reading";
+    const char* const rows[][2] = {
+        // content (null: no file), root or error
+        {"<?xml version=\"1.0\"?>\n<entries/>\n", "entries"},
+        {"garbage", "<null>"},
+        {nullptr, missing.c_str()},
+        {"", "LibXML 336: the file to read is empty"},
+    };
     for (const auto& row : rows) {
-        SCOPED_TRACE(row.content);
-        ASSERT_TRUE(writeBytes(path, row.content));
+        SCOPED_TRACE(row[1]);
+        std::remove(path.c_str());
+        ASSERT_TRUE(!row[0] || writeBytes(path, row[0]));
         NqDom dom;
-        ASSERT_TRUE(dom.startNewDocument("previous"));
+        ASSERT_TRUE(dom.loadXML("<kept/>"));
         LogCapture log;
-        ASSERT_TRUE(dom.loadFile(path.c_str()));
-        EXPECT_EQ(log.take(), (Records{trace("enter loadFile " + path), enterLoadXML(row.content.size()),
-                                       trace("exit loadXML"), trace("exit loadFile")}));
-        EXPECT_EQ(str(dom.getRoot().getName()), row.root ? row.root : "<null>");
-        EXPECT_EQ(str(dom.getErrorMessage()), "");
+        const Records read{trace("enter loadFile " + path), enterLoadXML(row[0] ? std::strlen(row[0]) : 0),
+                           trace("exit loadXML"), trace("exit loadFile")};
+        const Records failed{trace("enter loadFile " + path), Record{"NQ.DOMXML", 5, "reading file " + path}};
+        const bool loaded = dom.loadFile(path.c_str());
+        EXPECT_EQ(log.take(), loaded ? read : failed);
+        EXPECT_EQ(loaded ? str(dom.getRoot().getName()) : str(dom.getErrorMessage()), row[1]);
+        EXPECT_EQ(str(dom.getRoot().getName()), loaded ? row[1] : "kept");
     }
 }
 
-// The current document stays and the reading error becomes the error text.
-TEST(Parse, UnreadableFileKeepsTheDocument) {
-    const struct {
-        const char* name;
-        const char* content;  // null: the file is not made
-        int message;
-        bool namesFile;
-    } rows[] = {
-        {"missing.xml", nullptr, NQ_MSG_OPEN_READ, true},
-        {"empty.xml", "", NQ_MSG_FILE_EMPTY, false},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        TempDir dir;
-        const std::string path = dir.file(row.name);
-        ASSERT_TRUE(!row.content || writeBytes(path, row.content));
-        NqDom dom;
-        ASSERT_TRUE(dom.loadXML("<kept><child/></kept>"));
-        LogCapture log;
-        EXPECT_FALSE(dom.loadFile(path.c_str()));
-        EXPECT_EQ(str(dom.getErrorMessage()),
-                  row.namesFile ? libxml(row.message, path.c_str()) : libxml(row.message));
-        EXPECT_EQ(str(dom.getRoot().getName()), "kept");
-        EXPECT_EQ(str(dom.getRoot().getFirstChild(false).getName()), "child");
-        EXPECT_EQ(log.take(),
-                  (Records{trace("enter loadFile " + path), Record{"NQ.DOMXML", 5, "reading file " + path}}));
-    }
+// Under Strict an error in an external entity names the entity's file.
+TEST(Parse, StrictNamesTheFileAnErrorIsIn) {
+    TempDir dir;
+    ASSERT_TRUE(writeBytes(dir.file("ext.dtd"), "<!ELEMENT a ANY>\n<!bad>"));
+    ASSERT_TRUE(writeBytes(dir.file("d.xml"), "<!DOCTYPE a SYSTEM 'ext.dtd'><a/>"));
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadStrict);
+    EXPECT_FALSE(dom.loadFile(dir.file("d.xml").c_str()));
+    EXPECT_EQ(str(dom.getErrorMessage()), "LibXML 346: file \"" + dir.file("ext.dtd") +
+                                              "\", line 2, column 3: markup declaration expected");
 }
 
 }  // namespace

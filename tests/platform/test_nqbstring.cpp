@@ -3,9 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <clocale>
 #include <cmath>
-#include <cstdlib>
 #include <functional>
 #include <iterator>
 #include <map>
@@ -21,28 +19,25 @@ NqbString text(const char* value) {
     return NqbString(value, true);
 }
 
+std::string str(const NqbString& s) {
+    return s.isNull() ? "<null>" : std::string(s.asCstr(), static_cast<size_t>(s.length()));
+}
+
 // Each row starts from `start` (nullptr: a null string), applies one edit and expects the text
 // (std::nullopt: a null string).
 TEST(NqbString, EditsAndTheNullState) {
     const NqbString null;
     const std::string forty(40, 'f');  // heap storage filled to capacity
     const std::tuple<const char*, std::function<void(NqbString&)>, std::optional<std::string>> cases[] = {
-        {nullptr, [](NqbString&) {}, std::nullopt},
         {"abc", [](NqbString& s) { s = NqbString(); }, std::nullopt},
         {"abc", [](NqbString& s) { s.setNull(); }, std::nullopt},
         {"abc", [](NqbString& s) { s.assign(nullptr); }, std::nullopt},
         {"abc", [&](NqbString& s) { s = null; }, std::nullopt},
-        {"abc", [&](NqbString& s) { s = NqbString(null); }, std::nullopt},
         {nullptr, [](NqbString& s) { s.trim(true, true); }, std::nullopt},
-        {"abc", [](NqbString& s) { s.assign(""); }, ""},
         {nullptr, [&](NqbString& s) { s.append(null); }, ""},
-        {nullptr, [](NqbString& s) { s.append(""); }, ""},
-        {nullptr, [](NqbString& s) { s.assign("abcdef", 3); }, "abc"},
         {nullptr, [](NqbString& s) { s.assign("a\0b", 3); }, std::string("a\0b", 3)},
-        {nullptr, [](NqbString& s) { s.assign(INT_MAX); }, "2147483647"},
         {nullptr, [](NqbString& s) { s.assign(INT_MIN); }, "-2147483648"},
         {"prefix:local", [](NqbString& s) { s.assign(s.asCstr() + 7); }, "local"},
-        {"ab", [](NqbString& s) { s.append(text("cd")); }, "abcd"},
         // Appends from the string's own heap text while growing out of it.
         {forty.c_str(), [](NqbString& s) { s.append(s.asCstr() + 4); }, forty + std::string(36, 'f')},
         {forty.c_str(), [](NqbString& s) { s.append(s); }, forty + forty},
@@ -61,152 +56,104 @@ TEST(NqbString, EditsAndTheNullState) {
         const auto& [start, edit, expected] = cases[row];
         NqbString s = text(start);
         edit(s);
-        const std::string got(s.asCstr(), static_cast<size_t>(s.length()));
-        EXPECT_EQ(s.isNull(), !expected) << "row " << row;
-        EXPECT_EQ(got, expected.value_or("")) << "row " << row;
+        EXPECT_EQ(str(s), expected.value_or("<null>")) << "row " << row;
         EXPECT_EQ(s.cStrSize(), s.length() + 1) << "row " << row;
     }
 }
 
 // nullptr is a null string. Only ASCII letters fold (é and É differ); bytes above 0x7f order after ASCII.
-TEST(NqbString, Compare) {
-    const std::tuple<const char*, const char*, bool, int> cases[] = {
-        {"Entry", "entry", false, 0}, {"Entry", "entry", true, -1}, {"entry", "Entry", true, 1},
-        {"b", "a", false, 1},         {"ab", "a", true, 1},         {"a", "ab", false, -1},
-        {"Z", "a", true, -1},         {"Z", "a", false, 1},         {"ENTRIES", "entry", false, -1},
-        {nullptr, "", true, 0},       {"", nullptr, false, 0},      {nullptr, "a", true, -1},
-        {"é", "É", false, 1},         {"é", "z", true, 1},
+TEST(NqbString, CompareAndFind) {
+    const std::tuple<const char*, const char*, bool, int> order[] = {
+        {"Entry", "entry", false, 0}, {"Entry", "entry", true, -1}, {"b", "a", false, 1},
+        {"ab", "a", true, 1},         {"a", "ab", false, -1},       {"Z", "a", true, -1},
+        {"Z", "a", false, 1},         {nullptr, "", true, 0},       {"é", "É", false, 1},
     };
     auto sign = [](int v) { return (v > 0) - (v < 0); };
-    for (const auto& [a, b, caseSensitive, expected] : cases) {
-        const std::string label = std::string(a ? a : "(null)") + " vs " + (b ? b : "(null)");
+    for (const auto& [a, b, caseSensitive, expected] : order) {
+        const std::string label = std::string(a ? a : "(null)") + " vs " + b;
         EXPECT_EQ(sign(text(a).compare(text(b), caseSensitive)), expected) << label;
         EXPECT_EQ(sign(text(a).compare(b, caseSensitive)), expected) << label;
     }
     const std::map<NqbString, int, NqbStringLessInsensitive> insensitive{{text("Entry"), 1},
                                                                          {text("entry"), 2}};
     const std::map<NqbString, int, NqbStringLess> sensitive{{text("Entry"), 1}, {text("entry"), 2}};
-    EXPECT_EQ(insensitive.size(), 1u);
-    EXPECT_EQ(insensitive.count(text("ENTRY")), 1u);
-    EXPECT_EQ(sensitive.size(), 2u);
-}
+    EXPECT_EQ(insensitive.size() * 10 + sensitive.size(), 12u);
 
-TEST(NqbString, Find) {
-    const std::tuple<const char*, const char*, int, int> cases[] = {
-        {"a:b", ":", 0, 1},    {"ab", ":", 0, -1},     {"a:b:c", ":", 2, 3}, {"a:b:c", ":", 4, -1},
-        {"abc", "abc", 0, 0},  {"abc", "abcd", 0, -1}, {"abc", "c", 2, 2},   {"abc", "c", 3, -1},
-        {"abc", "", 1, 1},     {"abc", "b", 99, -1},   {"a:b", ":", -5, 1},  {"", ":", 0, -1},
-        {nullptr, ":", 0, -1},
+    const std::tuple<const char*, const char*, int, int> finds[] = {
+        {"a:b:c", ":", 2, 3}, {"a:b:c", ":", 4, -1}, {"abc", "abcd", 0, -1}, {"abc", "c", 2, 2},
+        {"abc", "c", 3, -1},  {"abc", "", 1, 1},     {"abc", "b", 99, -1},   {"a:b", ":", -5, 1},
     };
-    for (const auto& [haystack, needle, start, expected] : cases) {
+    for (const auto& [haystack, needle, start, expected] : finds) {
         EXPECT_EQ(text(haystack).find(text(needle), start), expected)
-            << (haystack ? haystack : "(null)") << " / " << needle << " from " << start;
+            << haystack << " / " << needle << " " << start;
     }
 }
 
 TEST(NqbString, AsDouble) {
     const std::tuple<const char*, double, bool> cases[] = {
         // source (nullptr: null string), value, ok
-        {"1", 1.0, true},      {"1.999", 1.999, true}, {" 1.5 ", 1.5, true},       {"-2e3", -2000.0, true},
-        {".5", 0.5, true},     {"+7.", 7.0, true},     {"1.5abc", 1.5, false},     {"0x10", 0.0, false},
-        {"1e", 1.0, false},    {"abc", NAN, false},    {"1e999", HUGE_VAL, false}, {"", NAN, false},
-        {nullptr, NAN, false}, {".", NAN, false},      {"inf", NAN, false},        {"nan", NAN, false},
-        {"-", NAN, false},     {"   ", NAN, false},
+        {"1.999", 1.999, true}, {" 1.5 ", 1.5, true}, {"-2e3", -2000.0, true},    {"1E+3", 1000.0, true},
+        {".5e-1", 0.05, true},  {"+7.", 7.0, true},   {"1.5abc", 1.5, false},     {"0x10", 0.0, false},
+        {"1e", 1.0, false},     {"abc", NAN, false},  {"1e999", HUGE_VAL, false}, {nullptr, NAN, false},
+        {".", NAN, false},      {"-", NAN, false},
     };
     for (const auto& [source, expected, expectedOk] : cases) {
-        const NqbString s(source);
         const char* label = source ? source : "(null)";
         bool ok = !expectedOk;
-        const double value = s.asDouble(&ok);
+        const double value = NqbString(source).asDouble(&ok);
         EXPECT_EQ(ok, expectedOk) << label;
         EXPECT_TRUE(value == expected || (std::isnan(value) && std::isnan(expected)))
             << label << ": " << value;
-        EXPECT_EQ(std::isnan(s.asDouble(nullptr)), std::isnan(expected)) << label;
     }
+    // Longer than the parsing buffer on the stack.
+    EXPECT_EQ(text(("1" + std::string(80, '0') + "e-80").c_str()).asDouble(nullptr), 1.0);
 }
 
-TEST(NqbString, AsDoubleIgnoresTheProcessLocale) {
-    const char* previous = std::setlocale(LC_NUMERIC, nullptr);
-    const std::string saved = previous ? previous : "C";
-    if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr) GTEST_SKIP() << "no de_DE locale installed";
-    bool ok = false;
-    const double value = text("1.25").asDouble(&ok);
-    std::setlocale(LC_NUMERIC, saved.c_str());
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(value, 1.25);
-}
-
-TEST(NqbString, AppendAlwaysWritesTheFailedFlag) {
+// A failed allocation leaves the text alone and says so through the flag, which a success clears.
+TEST(NqbString, AppendReportsAFailedAllocation) {
     const std::string tail(200, 'x');
-    const NqbString longTail(tail.c_str());
     NqbString s = text("start");
     bool failedText = false, failedString = false;
-    failAllocationsOfSize(206);  // the 205 bytes of "start" and the tail, and the terminator
+    failAllocationsOfSize(206);  // "start", the tail and the terminator
     s.append(tail.c_str(), &failedText);
-    s.append(longTail, &failedString);
+    s.append(NqbString(tail.c_str()), &failedString);
     failAllocationsOfSize(0);
     EXPECT_TRUE(failedText && failedString);
     EXPECT_STREQ(s.asCstr(), "start");
-
     s.append(tail.c_str(), &failedText);
-    s.append(longTail, &failedString);
+    s.append(NqbString(tail.c_str()), &failedString);
     EXPECT_FALSE(failedText || failedString);
     EXPECT_EQ(s.length(), 405);
 }
 
 TEST(NqbString, AllocatesOnlyBeyondItsCapacity) {
-    const std::string longest(NqbString::kLocalCapacity, 'n'), justOver = longest + "o";
+    const std::string longest(NqbString::kLocalCapacity, 'n');
     long before = allocationCount();
-    NqbString a(longest.c_str()), b(a), c(std::move(b)), d = text("x"), e, f;
+    NqbString a(longest.c_str()), b(a), c(std::move(b)), d = text("x");
     d = a;
     d = std::move(c);
-    e = d.mid(1, 3);
-    e.assign(12345);
-    f = e;
-    f.append("+tail");
     EXPECT_EQ(allocationCount() - before, 0);
     EXPECT_STREQ(d.asCstr(), longest.c_str());
-    EXPECT_STREQ(f.asCstr(), "12345+tail");
-
-    before = allocationCount();
-    const NqbString heap(justOver.c_str());
+    const NqbString heap((longest + "o").c_str());
     EXPECT_GT(allocationCount() - before, 0);
 
-    // A nulled string keeps its storage for the next texts that fit.
+    // A nulled string keeps its storage for the next texts that fit; a move takes the heap storage over.
     const std::string big(100, 'b');
-    NqbString s(big.c_str());
-    const NqbString other(std::string(60, 's').c_str());
+    NqbString s(big.c_str()), moved = text("old");
     s.setNull();
     before = allocationCount();
-    s = other;
     s.assign(big.c_str());
+    moved = std::move(s);
     EXPECT_EQ(allocationCount() - before, 0);
-    EXPECT_STREQ(s.asCstr(), big.c_str());
-}
-
-// Growth over many appends, then a move that takes over the heap storage.
-TEST(NqbString, LongTextsRoundTrip) {
-    std::string expected;
-    NqbString built;
-    for (int i = 0; i < 5000; ++i) {
-        expected += std::to_string(i) + ",";
-        built.append((std::to_string(i) + ",").c_str());
-    }
-    NqbString copy(built), moved = text("old");
-    moved = std::move(copy);
-    EXPECT_EQ(std::string(moved.asCstr(), static_cast<size_t>(moved.length())), expected);
-    EXPECT_EQ(moved.find(text("4999,"), 0), static_cast<int>(expected.find("4999,")));
-    moved.truncate(30);
-    EXPECT_EQ(std::string(moved.asCstr()), expected.substr(0, 30));
+    EXPECT_EQ(str(moved) + "|" + str(s), big + "|<null>");
 }
 
 // The results are 255, 256 and 257 bytes long around the size of the first formatting buffer.
 TEST(NqbString, FormatAroundTheFirstBufferAndAbove) {
-    for (size_t size : {size_t{0}, size_t{250}, size_t{251}, size_t{252}, size_t{1500}, size_t{70000}}) {
+    for (size_t size : {size_t{0}, size_t{250}, size_t{251}, size_t{252}, size_t{70000}}) {
         const std::string body(size, 'k');
         const NqbString s = nqbStringFormat("<%s|%d>", body.c_str(), -7);
-        EXPECT_EQ(std::string(s.asCstr()), "<" + body + "|-7>") << size;
-        EXPECT_EQ(s.length(), static_cast<int>(size + 5));
+        EXPECT_EQ(std::string(s.asCstr(), static_cast<size_t>(s.length())), "<" + body + "|-7>") << size;
     }
 }
 
