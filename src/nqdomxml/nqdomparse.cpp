@@ -155,7 +155,7 @@ bool tooLarge(const NqbString& text) {
     return text.length() < 0 || text.length() == INT_MAX;
 }
 
-// `systemId` is the file the text came from, or null for a text.
+// `fileName` is the file the text came from, or null for a text.
 bool load(NqDomData* data, const NqbString& text, const NqbString* fileName) {
     data->m_logger->logEvent(kTrace, __FILE__, __LINE__, "enter loadXML with %d chars", text.length());
     if (!data->m_initialised) {

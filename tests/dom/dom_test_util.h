@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "nqdom.h"
-#include "nqdommessages.h"
 
 // The text of `s`; "<null>" tells a null string from an empty one.
 inline std::string str(const NqbString& s) {
@@ -32,12 +31,6 @@ inline std::string describeAttributes(const NqDomNode& node, const char* separat
     std::string out;
     for (const std::string& pair : sorted) out += (out.empty() ? "" : separator) + pair;
     return out;
-}
-
-// Message `id` of the "LibXML" catalogue with its arguments put in.
-template <typename... Args>
-std::string libxml(int id, Args... args) {
-    return str(nqb_get_message("", 0, "LibXML", id, args...));
 }
 
 // "name=xpath" per variable in index order, "?" after an optional one.
