@@ -107,13 +107,10 @@ TEST(Template, FailuresGiveTheirMessage) {
         "variables";
     const std::pair<const char*, std::string> rows[] = {
         {"<a><b>${x}${y}</b></a>", "failed: LibXML 1764: more than one variable in /a/b (Element)"},
-        {"<a>${x}<b/>${y}</a>", "failed: LibXML 1764: more than one variable in /a (Element)"},
         {R"(<r xmlns:p="u1"><b/><p:a xmlns:p="u2" b="${x} ${y}"/></r>)",
          "failed: LibXML 1764: more than one variable in /r/nq1ns:a (Attribute)"},
         {"<a><b>${abc}</b><c>${ABC}</c></a>", "failed: LibXML 1666: variable name \"ABC\" is used twice"},
         {R"(<a x="${n}">${N}</a>)", "failed: LibXML 1666: variable name \"n\" is used twice"},
-        {"<a><b>${v}</b><!--optional--><c><d>${V?}</d></c></a>",
-         "failed: LibXML 1666: variable name \"V\" is used twice"},
         {"<!-- no element -->", "failed: LibXML 1766: the template has no root element"},
         {"<r><!-- ${c} --><a>${x}</a></r>", count},
         {R"(<r xmlns:p="${u}"/>)", count},
@@ -221,9 +218,6 @@ TEST(Template, CrossCheckComparesBothSetsOfNames) {
         {{"Other", "name"}, "<null>"},
         {{"name", "other"},
          "LibXML 1762: variable \"other\" of the skeleton text is not in the skeleton document"},
-        {{"name", "Other", "third"},
-         "LibXML 1765: the skeleton text and the skeleton document hold different "
-         "numbers of variables"},
     };
     NqDom skeleton;
     ASSERT_TRUE(skeleton.loadXML("<r><a>${name}</a><b>${Other}</b></r>"));
