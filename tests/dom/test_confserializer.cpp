@@ -15,10 +15,6 @@ struct Release {
 };
 using SerializerPtr = std::unique_ptr<NqbConfSerializer, Release>;
 
-SerializerPtr makeSerializer() {
-    return SerializerPtr(nqDomGetInterface("NqbConfSerializer"));
-}
-
 // Entries as "name=value (description)"; a null value or description is left out.
 std::string drain(NqbConfSerializer& serializer) {
     std::string out;
@@ -36,7 +32,7 @@ std::string readBack(const std::string& content) {
     TempDir dir;
     const std::string path = dir.file("input.xml");
     EXPECT_TRUE(writeBytes(path, content));
-    SerializerPtr serializer = makeSerializer();
+    SerializerPtr serializer(nqDomGetInterface("NqbConfSerializer"));
     serializer->addEntry("added before", "x", NqbString());
     const bool ok = serializer->read(path.c_str());
     const std::string entries = drain(*serializer);
@@ -55,7 +51,7 @@ std::string document(const std::string& attributes, const std::string& body,
 TEST(ConfSerializer, WritesTheDocumentShapeAndReadsItBack) {
     TempDir dir;
     const std::string path = dir.file("shape.xml");
-    SerializerPtr serializer = makeSerializer();
+    SerializerPtr serializer(nqDomGetInterface("NqbConfSerializer"));
     NqbString name("keep"), value("keep"), description("keep");
     serializer->addEntry("a", "1", "first");
     serializer->addEntry("b", "", "");
@@ -80,7 +76,7 @@ TEST(ConfSerializer, WritesTheDocumentShapeAndReadsItBack) {
 
 TEST(ConfSerializer, FileErrorsGiveTheFileMessage) {
     TempDir dir;
-    SerializerPtr serializer = makeSerializer();
+    SerializerPtr serializer(nqDomGetInterface("NqbConfSerializer"));
     const std::string out = dir.file("no-such-dir/out.xml"), in = dir.file("missing.xml");
     EXPECT_FALSE(serializer->write(out.c_str()));
     EXPECT_EQ(str(serializer->getErrorMessage()),
