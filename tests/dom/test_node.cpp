@@ -100,11 +100,11 @@ TEST_F(NodeTest, BuildMoveAndRemove) {
 
     {
         NqDom other;
-        ASSERT_TRUE(other.loadXML("<x><y/></x>"));
+        ASSERT_TRUE(other.loadXML("<x><y k=\"v\">t<z/></y></x>"));
         NqDomNode y = other.getRoot().getFirstChild(false);
         EXPECT_TRUE(b.addChild(y).null());
         EXPECT_FALSE(b.addChild(m_dom.importNode(y)).null());
-        EXPECT_EQ(str(other.createXML(false, other.getRoot())), "<x><y/></x>");
+        EXPECT_EQ(str(other.createXML(false, other.getRoot())), "<x><y k=\"v\">t<z/></y></x>");
     }  // the imported copy outlives its source
 
     const NqDomNode kept = b;
@@ -115,7 +115,8 @@ TEST_F(NodeTest, BuildMoveAndRemove) {
     root.getFirstChild(true).remove();
     EXPECT_EQ(xml(), "<a><d><c>t</c></d><e><f>v</f></e><p:g xmlns:p=\"urn:x\"/></a>");
     EXPECT_FALSE(root.getFirstChild(false).addChild(kept).null());
-    EXPECT_EQ(xml(), "<a><d><c>t</c><b><y/></b></d><e><f>v</f></e><p:g xmlns:p=\"urn:x\"/></a>");
+    EXPECT_EQ(xml(),
+              "<a><d><c>t</c><b><y k=\"v\">t<z/></y></b></d><e><f>v</f></e><p:g xmlns:p=\"urn:x\"/></a>");
 }
 
 // Attributes are read as written and set by name, or by namespace and local
