@@ -23,7 +23,6 @@ TEST(NqbMessage, TextsWithTheirArguments) {
          "LibXML 1041: cannot open file \"(null)\" for reading"},
         {message("LibXML", 1042, longPath.c_str()),
          "LibXML 1042: cannot open file \"" + longPath + "\" for writing"},
-        {message("Base", 2002, "a b", -4), "Base 2002: invalid variable name \"a b\" at offset -4"},
         // Unknown ids, ids of another catalogue, catalogue names in another case.
         {message("Data flow", 999, "ignored"), "Data flow 999: unknown message"},
         {message("LibXML", 288), "LibXML 288: unknown message"},
