@@ -7,7 +7,6 @@
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLString.hpp>
 
-#include "nqdom.h"
 #include "nqdomxhelper/nqdomstartup_internal.h"
 
 XERCES_CPP_NAMESPACE_USE
