@@ -4,9 +4,8 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <set>
 #include <string>
-#include <vector>
 
 #include "nqdom.h"
 
@@ -21,13 +20,12 @@ inline const std::string kDeclaration = "<?xml version=\"1.0\" encoding=\"UTF-8\
 
 // "name=value" per attribute, sorted by name, joined by `separator`.
 inline std::string describeAttributes(const NqDomNode& node, const char* separator) {
-    std::vector<std::string> sorted;
+    std::set<std::string> sorted;
     NqbString name, value;
     for (int i = 0; i < node.getAttributeCount(); ++i) {
         node.getAttributeNameValue(i, &name, &value);
-        sorted.push_back(str(name) + "=" + str(value));
+        sorted.insert(str(name) + "=" + str(value));
     }
-    std::sort(sorted.begin(), sorted.end());
     std::string out;
     for (const std::string& pair : sorted) out += (out.empty() ? "" : separator) + pair;
     return out;

@@ -16,13 +16,11 @@ int g_openHandles = 0;
 
 namespace {
 
+// Aborts when the real library is not loaded.
 template <typename Function>
 Function real(const char* name) {
     void* symbol = dlsym(RTLD_NEXT, name);
-    if (symbol == nullptr) {
-        std::fprintf(stderr, "fake_nqsfio: no real %s\n", name);
-        std::abort();
-    }
+    if (symbol == nullptr) std::abort();
     return reinterpret_cast<Function>(symbol);
 }
 

@@ -7,33 +7,27 @@
 #include <xercesc/util/PlatformUtils.hpp>
 #include <xercesc/util/XMLString.hpp>
 
-#include "nqdom.h"
 #include "nqdomxhelper/nqdomstartup_internal.h"
 
 XERCES_CPP_NAMESPACE_USE
 
 namespace {
 
-// Long (cut to 255 bytes), then short: one static buffer serves
-// every failure and a later text replaces the whole earlier one.
+// Long (cut to 255 bytes), then short: one static buffer serves every
+// failure and a later text replaces the whole earlier one.
 TEST(StartupFailure, MessageIsCopiedUpTo255Bytes) {
-    const std::string details[] = {std::string(400, 'x'), "b.xml"};
     char* previous = nullptr;
-    for (const std::string& detail : details) {
-        SCOPED_TRACE(detail.size());
+    for (const std::string& detail : {std::string(400, 'x'), std::string("b.xml")}) {
         const XMLPlatformUtilsException failure(__FILE__, __LINE__, XMLExcepts::File_CouldNotOpenFile,
                                                 detail.c_str(), nullptr, nullptr, nullptr,
                                                 XMLPlatformUtils::fgMemoryManager);
         char* full = XMLString::transcode(failure.getMessage(), XMLPlatformUtils::fgMemoryManager);
         const std::string whole(full);
         XMLString::release(&full, XMLPlatformUtils::fgMemoryManager);
-        ASSERT_EQ(whole.size() > 255, detail.size() > 255);
-        ASSERT_NE(whole.find(detail), std::string::npos);
-
         char* errorText = nullptr;
         EXPECT_EQ(nqDomStartupFailed(failure, &errorText), 1);
         ASSERT_NE(errorText, nullptr);
-        EXPECT_EQ(std::string(errorText), whole.substr(0, 255));
+        EXPECT_EQ(std::string(errorText), whole.substr(0, 255)) << detail.size();
         EXPECT_TRUE(previous == nullptr || errorText == previous) << "one buffer serves every failure";
         previous = errorText;
     }

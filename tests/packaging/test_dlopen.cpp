@@ -17,15 +17,10 @@ using StartupFn = int (*)(void*, char**);
 using ShutdownFn = void (*)();
 using GetInterfaceFn = NqbConfSerializer* (*)(const char*);
 
-struct Closer {
-    void operator()(void* handle) const { dlclose(handle); }
-};
-using LibraryPtr = std::unique_ptr<void, Closer>;
-
-struct Releaser {
-    void operator()(NqbConfSerializer* serializer) const { serializer->release(); }
-};
-using SerializerPtr = std::unique_ptr<NqbConfSerializer, Releaser>;
+void release(NqbConfSerializer* serializer) {
+    serializer->release();
+}
+using SerializerPtr = std::unique_ptr<NqbConfSerializer, decltype(&release)>;
 
 template <class T>
 T symbol(void* library, const char* name) {
@@ -35,7 +30,7 @@ T symbol(void* library, const char* name) {
 }
 
 TEST(LoadedLibrary, ExportsTheBuildIdentityAndEntryPoints) {
-    LibraryPtr library(dlopen(NQDOM_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL));
+    std::unique_ptr<void, int (*)(void*)> library(dlopen(NQDOM_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL), dlclose);
     ASSERT_TRUE(library) << dlerror();
     const int* number = symbol<const int*>(library.get(), "nqx_build_number");
     const char* const* info = symbol<const char* const*>(library.get(), "nqx_build_info");
@@ -60,11 +55,11 @@ TEST(LoadedLibrary, ExportsTheBuildIdentityAndEntryPoints) {
         for (const char* name :
              {"nqbConfSerializer", "NqbConfSerializerX", static_cast<const char*>(nullptr)})
             EXPECT_EQ(getInterface(name), nullptr) << (name ? name : "(null name)");
-        SerializerPtr writer(getInterface("NqbConfSerializer"));
+        SerializerPtr writer(getInterface("NqbConfSerializer"), release);
         ASSERT_TRUE(writer);
         writer->addEntry(NqbString("colour"), NqbString("blau \xC3\xBC"), NqbString("Background"));
         ASSERT_TRUE(writer->write(NqbString(path))) << writer->getErrorMessage().asCstr();
-        SerializerPtr reader(getInterface("NqbConfSerializer"));
+        SerializerPtr reader(getInterface("NqbConfSerializer"), release);
         ASSERT_TRUE(reader->read(NqbString(path))) << reader->getErrorMessage().asCstr();
         NqbString name, value, description;
         ASSERT_TRUE(reader->getNextEntry(&name, &value, &description));
