@@ -11,7 +11,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
@@ -25,15 +24,14 @@ struct ToolResult {
     long maxRssKb = 0;  // peak resident memory
 };
 
-// stdinText: none when empty; stdoutPath: instead of ToolResult::out;
+// stdoutPath: instead of ToolResult::out;
 // sizeLimit: bytes a file written by the tool may reach, 0 for no limit.
 ToolResult runTool(std::vector<std::string> args, const std::string& stdinText = "",
                    const std::string& stdoutPath = "", long sizeLimit = 0) {
     TempDir capture;
-    std::string inPath = stdinText.empty() ? "/dev/null" : capture.file("in");
+    std::string inPath = capture.file("in"), errPath = capture.file("err");
     std::string outPath = stdoutPath.empty() ? capture.file("out") : stdoutPath;
-    std::string errPath = capture.file("err");
-    if (!stdinText.empty() && !writeBytes(inPath, stdinText)) throw std::runtime_error("stdin file");
+    if (!writeBytes(inPath, stdinText)) throw std::runtime_error("stdin file");
     args.insert(args.begin(), NQDOM_TOOL_PATH);
     std::vector<char*> argv;
     for (std::string& word : args) argv.push_back(word.data());
@@ -48,10 +46,7 @@ ToolResult runTool(std::vector<std::string> args, const std::string& stdinText =
         const int flags = O_WRONLY | O_CREAT | O_TRUNC;
         int fds[] = {open(inPath.c_str(), O_RDONLY), open(outPath.c_str(), flags, 0600),
                      open(errPath.c_str(), flags, 0600)};
-        for (int fd = 0; fd < 3; ++fd) {
-            if (fds[fd] < 0 || dup2(fds[fd], fd) < 0) _exit(126);
-            close(fds[fd]);
-        }
+        for (int fd = 0; fd < 3; ++fd) dup2(fds[fd], fd);
         execv(argv[0], argv.data());
         _exit(127);
     }
@@ -241,8 +236,7 @@ TEST(Tool, Format) {
             "=<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>\n"
             "<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<!-- c1 -->\n<?pi one?>\n"
             "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
-            "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"},
-         "", kRichFile},
+            "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"}, "", kRichFile},
         // Stable on its own output.
         {{"format", "--pretty", "-o", "$T/1.xml", kMenu, "&&", "format", "--pretty", "-o", "$T/2.xml",
           "$T/1.xml"}, 0, {"="}, "", {}, {{"1.xml", kDecl}, {"1.xml", "\n  <dish id=\"d1\" price=\"7.50\">\n"
@@ -296,8 +290,7 @@ TEST(Tool, Tree) {
             "r\n  @q=\"say \\\"hi\\\"\"\n  @s=\"a\\\\b\"\n  p\n    \"H\"\n    sub\n      \"2\"\n"
             "    \"O <raw> ent & text\"\n    b\n      \"in\"\n  q\n    @xml:space=\"preserve\"\n    x\n"
             "  e\n<!-- c3 -->\n"}, "", kRichFile},
-        {{"tree", "--json", "$T/rich.xml"}, 0, {
-            "={\"type\": \"document\", \"children\": [\n"
+        {{"tree", "--json", "$T/rich.xml"}, 0, {"={\"type\": \"document\", \"children\": [\n"
             "  {\"type\": \"doctype\", \"text\": \"<!DOCTYPE r [<!ENTITY e \\\"ent &amp; text\\\">"
             "<!ENTITY m \\\"<b>in</b>\\\">]>\"},\n"
             "  {\"type\": \"comment\", \"text\": \" c1 \"},\n  {\"type\": \"pi\", \"target\": \"pi\", \"data\": \"one\"},\n"
@@ -360,8 +353,7 @@ TEST(Tool, Conf) {
         {{"conf", "set", "$T/s.xml", "bad", "a\x01z"}, 1, {}, "LibXML 343", copy, unchanged},
         {{"conf", "set", "$T/s.xml", "server.port", "1"}, 1, {}, "LibXML 463", copy, unchanged, "", "", 256},
         {{"conf", "set", "$T/t.xml", "a", "b"}, 1, {}, "input ended before all started tags were ended",
-         {{"t.xml", cut}},
-         {{"t.xml", "=" + cut}}},
+         {{"t.xml", cut}}, {{"t.xml", "=" + cut}}},
         // Control characters as \u00XX escapes, both digits.
         {{"conf", "list", "--json", "$T/c.xml"}, 0, {"\"value\": \"a\\u001fb\\u0001\""}, "", {{"c.xml",
          "<?xml version=\"1.1\"?>" + head + "<entry name=\"a\"><value>a&#x1f;b&#1;</value></entry>" + end}}},
@@ -471,20 +463,15 @@ std::size_t largeBytes() {
 TEST(ToolSlow, LargeDocumentGoesThroughFormatAndTree) {
     // Written exactly as the library writes it, so formatting gives the same bytes back.
     Runner r;
+    std::string text = kDecl.substr(1) + "<catalog>";
     std::size_t items = 0;
-    {
-        std::ofstream out(r.dir.file("large.xml"), std::ios::binary);
-        out << "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?><catalog>";
-        for (std::size_t written = 0; written < largeBytes(); ++items) {
-            std::string n = std::to_string(items);
-            std::string item = "<item id=\"i" + n + "\" kind=\"book\"><!-- n" + n +
-                               " --><title>T\xC3\xAFtle " + n + " &amp; more</title><price>" +
-                               std::to_string(items % 100) + ".50</price></item>";
-            out << item;
-            written += item.size();
-        }
-        out << "</catalog>";
+    for (; text.size() < largeBytes(); ++items) {
+        std::string n = std::to_string(items);
+        text += "<item id=\"i" + n + "\" kind=\"book\"><!-- n" + n + " --><title>T\xC3\xAFtle " + n +
+                " &amp; more</title><price>" + std::to_string(items % 100) + ".50</price></item>";
     }
+    ASSERT_TRUE(writeBytes(r.dir.file("large.xml"), text + "</catalog>"));
+    std::string().swap(text);
     r.run({{"format", "$T/large.xml", "-o", "$T/copy.xml"}, 0, {}, "", {}, {{"copy.xml", "=@$T/large.xml"}}});
     std::filesystem::remove(r.dir.file("copy.xml"));
     // Per item: the element, two attributes, the comment, two elements with a text each.
@@ -502,13 +489,9 @@ TEST(ToolSlow, TreeStreamsItsOutline) {
     // held in memory, it would show in the peak.
     TempDir dir;
     std::string input = dir.file("nested.xml"), outline = dir.file("outline.txt");
-    {
-        std::ofstream out(input, std::ios::binary);
-        std::string block = nest(60, "");
-        out << "<root>";
-        for (std::size_t written = 0; written < largeBytes() / 5; written += block.size()) out << block;
-        out << "</root>";
-    }
+    std::string block = nest(60, ""), text = "<root>";
+    while (text.size() < largeBytes() / 5) text += block;
+    ASSERT_TRUE(writeBytes(input, text + "</root>"));
     ToolResult tree = runTool({"tree", input}, "", outline);
     ASSERT_EQ(tree.exitCode, 0) << tree.err;
     long outlineKb = static_cast<long>(std::filesystem::file_size(outline) / 1024);
