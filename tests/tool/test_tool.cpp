@@ -220,7 +220,7 @@ TEST(Tool, CommandLine) {
 // Markup the node handles do not reach, mixed content, preserved white space.
 const std::string kRich =
     "<?xml version=\"1.0\"?>\n<!DOCTYPE r [<!ENTITY e \"ent &#38;amp; text\"><!ENTITY m \"<b>in</b>\">]>\n"
-    "<?pi one?>\n<r q='say \"hi\"' s=\"a\\b\">\n  <p>HO\n <![CDATA[<raw>]]> &e; &m;</p>\n"
+    "<?pi one?>\n<r q='say \"hi\"' s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
     "  <q xml:space=\"preserve\"> <x/> </q>\n<e/>\n</r>\n<!-- c3 -->\n";
 const Files kRichFile = {{"rich.xml", kRich}};
 const Files kExternal = {{"x.xml", "<!DOCTYPE r SYSTEM \"d.dtd\"><r><a>1</a>&ext;<b>2</b></r>"},
@@ -235,7 +235,7 @@ TEST(Tool, Format) {
         {{"format", "--pretty", "$T/rich.xml"}, 0, {
             "=<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>\n"
             "<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
-            "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>HO\n <![CDATA[<raw>]]> &e; &m;</p>\n"
+            "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
             "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"}, "", kRichFile},
         // Stable on its own output.
         {{"format", "--pretty", "-o", "$T/1.xml", kMenu, "&&", "format", "--pretty", "-o", "$T/2.xml",
@@ -285,8 +285,8 @@ TEST(Tool, Tree) {
         // CDATA and entity text in place, quotes and backslashes escaped.
         {{"tree", "$T/rich.xml"}, 0, {
             "=<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
-            "r\n  @q=\"say \\\"hi\\\"\"\n  @s=\"a\\\\b\"\n  p\n"
-            "    \"HO <raw> ent & text\"\n    b\n      \"in\"\n  q\n    @xml:space=\"preserve\"\n    x\n"
+            "r\n  @q=\"say \\\"hi\\\"\"\n  @s=\"a\\\\b\"\n  p\n    \"H\"\n    sub\n      \"2\"\n"
+            "    \"O <raw> ent & text\"\n    b\n      \"in\"\n  q\n    @xml:space=\"preserve\"\n    x\n"
             "  e\n<!-- c3 -->\n"}, "", kRichFile},
         {{"tree", "--json", "$T/rich.xml"}, 0, {"={\"type\": \"document\", \"children\": [\n"
             "  {\"type\": \"doctype\", \"text\": \"<!DOCTYPE r [<!ENTITY e \\\"ent &amp; text\\\">"
@@ -295,7 +295,10 @@ TEST(Tool, Tree) {
             "  {\"type\": \"element\", \"name\": \"r\", \"attributes\": {\"q\": \"say \\\"hi\\\"\", \"s\": \"a\\\\b\"}, "
             "\"children\": [\n"
             "    {\"type\": \"element\", \"name\": \"p\", \"attributes\": {}, \"children\": [\n"
-            "      {\"type\": \"text\", \"text\": \"HO\\n <raw> ent & text \"},\n"
+            "      {\"type\": \"text\", \"text\": \"H\"},\n"
+            "      {\"type\": \"element\", \"name\": \"sub\", \"attributes\": {}, \"children\": [\n"
+            "        {\"type\": \"text\", \"text\": \"2\"}\n      ]},\n"
+            "      {\"type\": \"text\", \"text\": \"O\\n <raw> ent & text \"},\n"
             "      {\"type\": \"element\", \"name\": \"b\", \"attributes\": {}, \"children\": [\n"
             "        {\"type\": \"text\", \"text\": \"in\"}\n      ]}\n    ]},\n"
             "    {\"type\": \"element\", \"name\": \"q\", \"attributes\": {\"xml:space\": \"preserve\"}, \"children\": [\n"
