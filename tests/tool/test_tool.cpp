@@ -4,22 +4,17 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 #include <utility>
 
 #include "test_files.h"
-
-extern char** environ;
 
 namespace {
 
@@ -29,41 +24,35 @@ struct ToolResult {
     long maxRssKb = 0;  // peak resident memory
 };
 
-// stdinText: none when empty; stdoutPath: instead of ToolResult::out;
+// stdoutPath: instead of ToolResult::out;
 // sizeLimit: bytes a file written by the tool may reach, 0 for no limit.
 ToolResult runTool(std::vector<std::string> args, const std::string& stdinText = "",
                    const std::string& stdoutPath = "", long sizeLimit = 0) {
     TempDir capture;
-    std::string inPath = stdinText.empty() ? "/dev/null" : capture.file("in");
+    std::string inPath = capture.file("in"), errPath = capture.file("err");
     std::string outPath = stdoutPath.empty() ? capture.file("out") : stdoutPath;
-    std::string errPath = capture.file("err");
-    if (!stdinText.empty() && !writeBytes(inPath, stdinText)) throw std::runtime_error("stdin file");
+    if (!writeBytes(inPath, stdinText)) throw std::runtime_error("stdin file");
     args.insert(args.begin(), NQDOM_TOOL_PATH);
     std::vector<char*> argv;
     for (std::string& word : args) argv.push_back(word.data());
     argv.push_back(nullptr);
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, inPath.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    // The child inherits the lowered limit; with SIGXFSZ ignored, a write
-    // past it fails with EFBIG rather than killing the tool.
-    struct rlimit saved {};
-    getrlimit(RLIMIT_FSIZE, &saved);
-    struct rlimit lowered = saved;
-    if (sizeLimit > 0) lowered.rlim_cur = static_cast<rlim_t>(sizeLimit);
-    sighandler_t savedHandler = signal(SIGXFSZ, SIG_IGN);
-    setrlimit(RLIMIT_FSIZE, &lowered);
-    pid_t pid = 0;
-    int spawned = posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ);
-    setrlimit(RLIMIT_FSIZE, &saved);
-    signal(SIGXFSZ, savedHandler);
-    posix_spawn_file_actions_destroy(&actions);
+    pid_t pid = fork();
+    if (pid == 0) {
+        // With SIGXFSZ ignored, a write past the limit fails with EFBIG
+        // rather than killing the tool.
+        struct rlimit limit = {rlim_t(sizeLimit), rlim_t(sizeLimit)};
+        if (sizeLimit > 0 && (signal(SIGXFSZ, SIG_IGN) == SIG_ERR || setrlimit(RLIMIT_FSIZE, &limit) != 0))
+            _exit(126);
+        const int flags = O_WRONLY | O_CREAT | O_TRUNC;
+        int fds[] = {open(inPath.c_str(), O_RDONLY), open(outPath.c_str(), flags, 0600),
+                     open(errPath.c_str(), flags, 0600)};
+        for (int fd = 0; fd < 3; ++fd) dup2(fds[fd], fd);
+        execv(argv[0], argv.data());
+        _exit(127);
+    }
     int status = 0;
     struct rusage usage {};
-    if (spawned != 0 || wait4(pid, &status, 0, &usage) != pid) throw std::runtime_error("spawn");
+    if (pid < 0 || wait4(pid, &status, 0, &usage) != pid) throw std::runtime_error("spawn");
     ToolResult result;
     if (WIFEXITED(status)) result.exitCode = WEXITSTATUS(status);
     result.maxRssKb = usage.ru_maxrss;
@@ -157,31 +146,19 @@ struct Runner {
         for (const char* sub : {"list", "get", "set", "unset"})
             if (cmd == "conf" && words.size() > 1 && words[1] == sub) cmd += " " + words[1];
         EXPECT_EQ(r.exitCode, c.status) << r.err;
+        EXPECT_NE(r.err.find(expand(c.err)), std::string::npos) << r.err;
         // A command that succeeds writes to stderr only the warnings expected.
-        if (c.status == 0) {
-            EXPECT_EQ(r.err.empty(), c.err.empty()) << r.err;
-            EXPECT_NE(r.err.find(expand(c.err)), std::string::npos) << r.err;
-        }
+        EXPECT_TRUE(c.status != 0 || r.err.empty() == c.err.empty()) << r.err;
         if (c.status != 0) {
             EXPECT_EQ(r.out, "");
             EXPECT_EQ(r.err.rfind("nqdom " + cmd + ": " + (c.status == 2 ? expand(c.err) : ""), 0), 0u)
                 << r.err;
-            EXPECT_NE(r.err.find(expand(c.err)), std::string::npos) << r.err;
             EXPECT_EQ(r.err.find("\nusage: nqdom " + cmd) != std::string::npos, c.status == 2) << r.err;
             EXPECT_TRUE(c.status != 1 || countOf(r.err, "\n") == 1) << r.err;
         }
         for (const std::string& want : c.out) expectHolds(r.out, want);
         for (const auto& [name, want] : c.after)
-            expectHolds(name == "*" ? listing() : readBytes(dir.file(name)), want);
-    }
-    std::string listing() const {
-        Strings names;
-        for (const auto& entry : std::filesystem::directory_iterator(dir.path()))
-            names.push_back(entry.path().filename().string());
-        std::sort(names.begin(), names.end());
-        std::string all;
-        for (const std::string& name : names) all += (all.empty() ? "" : ",") + name;
-        return all;
+            expectHolds(name == "*" ? namesIn(dir.path()) : readBytes(dir.file(name)), want);
     }
 };
 
@@ -193,7 +170,6 @@ void runAll(const std::vector<Case>& cases) {
         Runner().run(c);
     }
 }
-
 const char kSettingsList[] =
     "# Name or address the server binds to\nserver.host=localhost\n"
     "# TCP port for incoming connections\nserver.port=8080\n"
@@ -211,8 +187,7 @@ TEST(Tool, UsageAndHelp) {
         Runner().run({args, 0, {"^usage: nqdom " + name}});
     }
     for (std::string alias : {"--help", "-h", "help"})
-        Runner().run(
-            {{alias}, 0, {"\n  version", "\n  format", "\n  tree", "\n  conf", "\n  template", "\n  fill"}});
+        Runner().run({{alias}, 0, {"\n  version", "\n  fill"}});
     for (std::string name : {"template", "fill"})
         Runner().run({{name, "--help"},
                       0,
@@ -234,8 +209,6 @@ TEST(Tool, CommandLine) {
         {{"tree", "a.xml", "b.xml"}, 2, {}, "unexpected argument b.xml"},
         {{"conf"}, 2, {}, "missing subcommand"},
         {{"conf", "show", "f.xml"}, 2, {}, "unknown subcommand \"show\""},
-        {{"conf", "set", "f.xml", "name"}, 2, {}, "missing arguments"},
-        {{"version", "extra"}, 2, {}, "unexpected argument extra"},
         {{"version"}, 0, {"=DOM Library version 2.8 (build 32)\n"}},
         {{"--version"}, 0, {"=DOM Library version 2.8 (build 32)\n"}},
         // "-5" is a value after "--", not an option.
@@ -247,8 +220,8 @@ TEST(Tool, CommandLine) {
 // Markup the node handles do not reach, mixed content, preserved white space.
 const std::string kRich =
     "<?xml version=\"1.0\"?>\n<!DOCTYPE r [<!ENTITY e \"ent &#38;amp; text\"><!ENTITY m \"<b>in</b>\">]>\n"
-    "<!-- c1 -->\n<?pi one?>\n<r q='say \"hi\"' s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
-    "  <q xml:space=\"preserve\"> <x/> </q>\n  <?inside data?>\n  <!-- c2 -->\n<e/>\n</r>\n<!-- c3 -->\n";
+    "<?pi one?>\n<r q='say \"hi\"' s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
+    "  <q xml:space=\"preserve\"> <x/> </q>\n<e/>\n</r>\n<!-- c3 -->\n";
 const Files kRichFile = {{"rich.xml", kRich}};
 const Files kExternal = {{"x.xml", "<!DOCTYPE r SYSTEM \"d.dtd\"><r><a>1</a>&ext;<b>2</b></r>"},
                          {"d.dtd", "<!ENTITY ext SYSTEM \"e.txt\">"}, {"e.txt", "t&amp;"}};
@@ -256,18 +229,14 @@ const Files kExternal = {{"x.xml", "<!DOCTYPE r SYSTEM \"d.dtd\"><r><a>1</a>&ext
 TEST(Tool, Format) {
     std::string deep = nest(30000, "");
     runAll({
-        {{"format", kMenu}, 0, {kDecl, "<name>Cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e</name>",
-          "<name>\xD0\x92\xD0\xB0\xD1\x82\xD1\x80\xD1\x83\xD1\x88\xD0\xBA\xD0\xB0</name>",
-          "<note>Cheese &amp; raisins</note>", "<!-- Desserts first, as always -->", "~</menu>\n", "!\r"}},
+        {{"format", kMenu}, 0,
+         {"<name>Cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e</name>", "<note>Cheese &amp; raisins</note>", "!\r"}},
         // Indented afresh with LF only; the text of mixed and preserved content untouched.
         {{"format", "--pretty", "$T/rich.xml"}, 0, {
             "=<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>\n"
-            "<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<!-- c1 -->\n<?pi one?>\n"
+            "<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
             "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
-            "  <q xml:space=\"preserve\"> <x/> </q>\n  <?inside data?>\n  <!-- c2 -->\n  <e/>\n</r>\n<!-- c3 -->\n"},
-         "", kRichFile},
-        {{"format", "--pretty", "$EX/settings.xml"}, 0, {"#20:\n", "!\r", "\n    <entry name=\"server.host\">\n"
-          "      <description>Name or address the server binds to</description>\n"}},
+            "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"}, "", kRichFile},
         // Stable on its own output.
         {{"format", "--pretty", "-o", "$T/1.xml", kMenu, "&&", "format", "--pretty", "-o", "$T/2.xml",
           "$T/1.xml"}, 0, {"="}, "", {}, {{"1.xml", kDecl}, {"1.xml", "\n  <dish id=\"d1\" price=\"7.50\">\n"
@@ -275,19 +244,16 @@ TEST(Tool, Format) {
         // Compact text has no final line end of its own: only stdout adds one.
         {{"format", kMenu, "-o", "$T/o.xml"}, 0, {"="}, "", {},
          {{"o.xml", kDecl}, {"o.xml", "~</dish>\n</menu>"}}},
-        {{"format", "-"}, 0, {kDecl, "<note>Cheese &amp; raisins</note>", "~</menu>\n"}, "", {}, {},
-         "@" + kMenu},
         {{"format", "$T/d.xml"}, 0, {"#29999:<e>", "~<e/>" + deep.substr(deep.find("</e>") + 4) + "\n"}, "",
          {{"d.xml", deep}}},
         {{"format", "$T/d.xml"}, 1, {}, "column 150964: the document takes more than 28 MB of memory to load",
          {{"d.xml", nest(60000, "")}}},
         {{"format", "--untrusted", "$T/d.xml"}, 1, {}, "line 1, column 772: elements nested deeper than 256 levels",
          {{"d.xml", nest(300, "")}}},
-        {{"format", "--untrusted", "$T/rich.xml"}, 1, {}, "a document type declaration, which this load policy "
-         "does not accept", kRichFile},
         {{"format", "--untrusted", "--external", kMenu}, 2, {}, "options --external and --untrusted exclude each other"},
         // Relative to the document's folder, read only when asked.
-        {{"format", "--external", "$T/x.xml"}, 0, {"<r><a>1</a>&ext;<b>2</b></r>"}, "", kExternal},
+        {{"format", "--external", "$T/x.xml"}, 0,
+         {"=" + kDecl.substr(1) + kExternal[0].second + "\n"}, "", kExternal},
         {{"tree", "--external", "$T/x.xml"}, 1, {}, "cannot show the text of the external entity \"ext\"",
          kExternal},
         {{"format", "$T/x.xml"}, 1, {}, "\"d.dtd\" is outside the text, and this load policy reads nothing "
@@ -306,9 +272,7 @@ TEST(Tool, Format) {
         {{"format", "-"}, 1, {}, "standard input is empty"},
         {{"format", "$T/bad.xml"}, 1, {}, "LibXML 346: file \"$T/bad.xml\", line 3, column 3: expected end of tag "
          "'b'", {{"bad.xml", "<a>\n  <b>\n</a>\n"}}},
-        {{"format", "-"}, 1, {}, "LibXML 345: line 1, column 10: entity 'nbsp' not found", {}, {}, "<a>&nbsp;</a>"},
         {{"format", "-o", "$T/no/such/dir/out.xml", kMenu}, 1, {}, "LibXML 1042", {}, {{"*", "="}}},
-        {{"format", "--pretty", "-o", "$T/no/dir/out.xml", kMenu}, 1, {}, "LibXML 1042", {}, {{"*", "="}}},
         {{"format", "-o", "$T/a.xml", "-o", "$T/b.xml", kMenu}, 2, {}, "option -o given twice", {}, {{"*", "="}}},
         {{"format", kMenu}, 1, {}, "cannot write to standard output", {}, {}, "", "/dev/full"},
     });
@@ -316,27 +280,18 @@ TEST(Tool, Format) {
 
 TEST(Tool, Tree) {
     runAll({
-        {{"tree", kMenu}, 0, {
-            "=<!-- This week's menu -->\nmenu\n  @lang=\"fr\"\n  @week=\"48\"\n  <!-- Desserts first, as always -->\n"
-            "  dish\n    @id=\"d1\"\n    @price=\"7.50\"\n"
-            "    name\n      \"Cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e\"\n"
-            "    origin\n      \"\xC3\x8Ele-de-France\"\n"
-            "  dish\n    @id=\"d2\"\n    @price=\"9.00\"\n    name\n      \"Sm\xC3\xB8rrebr\xC3\xB8" "d\"\n"
-            "    note\n      \"Serves 2 \xE2\x80\x94 \xC2\xBD portion on request\"\n"
-            "  dish\n    @id=\"d3\"\n    name\n"
-            "      \"\xD0\x92\xD0\xB0\xD1\x82\xD1\x80\xD1\x83\xD1\x88\xD0\xBA\xD0\xB0\"\n"
-            "    note\n      \"Cheese & raisins\"\n"}},
+        {{"tree", kMenu}, 0,
+         {"    @price=\"7.50\"\n    name\n      \"Cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e\"\n"}},
         // CDATA and entity text in place, quotes and backslashes escaped.
         {{"tree", "$T/rich.xml"}, 0, {
-            "=<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<!-- c1 -->\n<?pi one?>\n"
+            "=<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
             "r\n  @q=\"say \\\"hi\\\"\"\n  @s=\"a\\\\b\"\n  p\n    \"H\"\n    sub\n      \"2\"\n"
             "    \"O <raw> ent & text\"\n    b\n      \"in\"\n  q\n    @xml:space=\"preserve\"\n    x\n"
-            "  <?inside data?>\n  <!-- c2 -->\n  e\n<!-- c3 -->\n"}, "", kRichFile},
-        {{"tree", "--json", "$T/rich.xml"}, 0, {
-            "={\"type\": \"document\", \"children\": [\n"
+            "  e\n<!-- c3 -->\n"}, "", kRichFile},
+        {{"tree", "--json", "$T/rich.xml"}, 0, {"={\"type\": \"document\", \"children\": [\n"
             "  {\"type\": \"doctype\", \"text\": \"<!DOCTYPE r [<!ENTITY e \\\"ent &amp; text\\\">"
             "<!ENTITY m \\\"<b>in</b>\\\">]>\"},\n"
-            "  {\"type\": \"comment\", \"text\": \" c1 \"},\n  {\"type\": \"pi\", \"target\": \"pi\", \"data\": \"one\"},\n"
+            "  {\"type\": \"pi\", \"target\": \"pi\", \"data\": \"one\"},\n"
             "  {\"type\": \"element\", \"name\": \"r\", \"attributes\": {\"q\": \"say \\\"hi\\\"\", \"s\": \"a\\\\b\"}, "
             "\"children\": [\n"
             "    {\"type\": \"element\", \"name\": \"p\", \"attributes\": {}, \"children\": [\n"
@@ -350,8 +305,6 @@ TEST(Tool, Tree) {
             "      {\"type\": \"text\", \"text\": \" \"},\n"
             "      {\"type\": \"element\", \"name\": \"x\", \"attributes\": {}, \"children\": []},\n"
             "      {\"type\": \"text\", \"text\": \" \"}\n    ]},\n"
-            "    {\"type\": \"pi\", \"target\": \"inside\", \"data\": \"data\"},\n"
-            "    {\"type\": \"comment\", \"text\": \" c2 \"},\n"
             "    {\"type\": \"element\", \"name\": \"e\", \"attributes\": {}, \"children\": []}\n  ]},\n"
             "  {\"type\": \"comment\", \"text\": \" c3 \"}\n]}\n"}, "", kRichFile},
         {{"tree", "$T/d.xml"}, 0, {"#5000:\n", "~\n" + std::string(2 * 4999, ' ') + "e\n"}, "",
@@ -365,13 +318,9 @@ TEST(Tool, Conf) {
     const std::string list = kSettingsList, end = "</entries></norquilldocument>";
     const std::string head = "<norquilldocument class=\"config\" version=\"1\"><entries>";
     const std::string v2 = "<norquilldocument class=\"config\" version=\"2\"/>";
-    const std::string settings = readBytes(NQDOM_EXAMPLES_DIR "/settings.xml");
-    const std::string cut = settings.substr(0, settings.find("<entry name=\"log.level\">"));
     const Files twoK = {{"c.xml", head + "<entry name=\"k\"><value>1</value></entry><entry name=\"m\">"
         "<value>2</value></entry><entry name=\"k\"><value>3</value></entry>" + end}};
     const Files copy = {{"s.xml", "@$EX/settings.xml"}};
-    const std::string undefined = "<!DOCTYPE norquilldocument []>" + head +
-        "<entry name=\"a\"><value>1</value></entry><entry name=\"b\"><value>&x;</value></entry>" + end;
     const Files unchanged = {{"s.xml", "=@$EX/settings.xml"}, {"*", "=s.xml"}};
     runAll({
         {{"conf", "list", "$EX/settings.xml"}, 0, {"=" + list}},
@@ -381,7 +330,6 @@ TEST(Tool, Conf) {
          {{"c.xml", head + "<entry name=\"a\"><value>1</value></entry>"
                            "<entry name=\"b\"><description>say \"x\"</description><value></value></entry>" + end}}},
         {{"conf", "list", "--json", "$T/c.xml"}, 0, {"=[]\n"}, "", {{"c.xml", head + end}}},
-        {{"conf", "get", "$EX/settings.xml", "server.port"}, 0, {"=8080\n"}},
         {{"conf", "get", "$T/c.xml", "k"}, 0, {"=1\n"}, "", twoK},
         {{"conf", "get", "$T/c.xml", "K"}, 1, {}, "no entry named \"K\" in $T/c.xml", twoK},
         {{"conf", "set", "$T/n.xml", "colour", "blue", "--description", "Background", "&&",
@@ -398,18 +346,12 @@ TEST(Tool, Conf) {
         {{"conf", "set", "$T/c.xml", "k", "4", "&&", "conf", "list", "$T/c.xml"}, 0, {"=k=4\nm=2\n"}, "",
          twoK},
         // Failures leave the file as it was and no temporary file behind.
-        {{"conf", "set", "$T/s.xml", "bad", "a\x01z"}, 1, {}, "LibXML 343", copy, unchanged},
         {{"conf", "set", "$T/s.xml", "server.port", "1"}, 1, {}, "LibXML 463", copy, unchanged, "", "", 256},
         {{"conf", "set", "$T/t.xml", "a", "b"}, 1, {}, "input ended before all started tags were ended",
-         {{"t.xml", cut}},
-         {{"t.xml", "=" + cut}}},
-        {{"conf", "set", "$T/t.xml", "a", "b"}, 1, {}, "entity 'x' not found", {{"t.xml", undefined}},
-         {{"t.xml", "=" + undefined}}},
+         {{"t.xml", head}}, {{"t.xml", "=" + head}}},
         // Control characters as \u00XX escapes, both digits.
         {{"conf", "list", "--json", "$T/c.xml"}, 0, {"\"value\": \"a\\u001fb\\u0001\""}, "", {{"c.xml",
          "<?xml version=\"1.1\"?>" + head + "<entry name=\"a\"><value>a&#x1f;b&#1;</value></entry>" + end}}},
-        {{"conf", "set", "$T/m.xml", "a", "b"}, 1, {}, "Data flow 288", {{"m.xml", "@" + kMenu}},
-         {{"m.xml", "=@" + kMenu}}},
         {{"conf", "set", "$T/no/dir/c.xml", "a", "b"}, 1, {}, "cannot create a temporary file in $T/no/dir"},
         {{"conf", "set", "$T/s.xml", "", "v"}, 2, {}, "NAME must not be empty", copy, unchanged},
         {{"conf", "unset", "$T/s.xml", "server.host", "&&", "conf", "list", "$T/s.xml"}, 0,
@@ -429,49 +371,35 @@ TEST(Tool, ConfSetKeepsPermissionsAndSymbolicLinks) {
     chmod(file.c_str(), 0640);
     ASSERT_EQ(symlink(file.c_str(), link.c_str()), 0);
     r.run({{"conf", "set", link, "server.port", "1", "&&", "conf", "get", file, "server.port"}, 0, {"=1\n"}});
-    struct stat info;
-    ASSERT_EQ(lstat(link.c_str(), &info), 0);
-    EXPECT_TRUE(S_ISLNK(info.st_mode)) << "the link was replaced by a file";
-    ASSERT_EQ(stat(file.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0640u);
+    EXPECT_TRUE(std::filesystem::is_symlink(link)) << "the link was replaced by a file";
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0640));
 }
 
 // clang-format off
 TEST(Tool, Template) {
     const Files plain = {{"t.xml", "<r xmlns=\"urn:d\"><v>fixed</v></r>"}};
     runAll({
-        {{"template", kTmpl}, 0, {
-            "^variables: 6\n"
-            "  0  city      required  /o:order/a:shipTo/a:city\n"
-            "  1  country   optional  /o:order/a:shipTo/a:country\n"
-            "  2  customer  required  /o:order/o:customer\n"
-            "  3  note      optional  /o:order/o:note\n"
-            "  4  orderId   required  /o:order/@id\n"
-            "  5  street    required  /o:order/a:shipTo/a:street\n"
+        {{"template", kTmpl}, 0, {"^variables: 6\n  0  city      required  /o:order/a:shipTo/a:city\n",
+            "  1  country   optional  /o:order/a:shipTo/a:country\n  2  customer  required",
             "namespaces: 2\n  a  urn:example:address\n  o  urn:example:order\nskeleton:\n",
-            "<o:customer>${customer}</o:customer>\n", "<o:note>${note}</o:note>\n", "!\r"}},
+            "<o:customer>${customer}</o:customer>\n"}},
         // JSON carries the skeleton as the library wrote it, CR LF included.
         {{"template", "--json", kTmpl}, 0, {
-            "^{\"variables\": [\n  {\"index\": 0, \"name\": \"city\", \"optional\": false, "
-            "\"xpath\": \"/o:order/a:shipTo/a:city\"},\n",
+            "^{\"variables\": [\n  {\"index\": 0, \"name\": \"city\", \"optional\": false, ",
             "{\"index\": 3, \"name\": \"note\", \"optional\": true, \"xpath\": \"/o:order/o:note\"}",
             "\"namespaces\": [\n  {\"prefix\": \"a\", \"uri\": \"urn:example:address\"},\n"
             "  {\"prefix\": \"o\", \"uri\": \"urn:example:order\"}\n],\n",
             "<o:customer>${customer}</o:customer>\\r\\n"}},
-        {{"template", "$T/t.xml"}, 0, {"^variables: 0\nnamespaces: 1\n  (default)  urn:d\nskeleton:"}, "",
-         plain},
-        {{"template", "--json", "$T/t.xml"}, 0,
-         {"^{\"variables\": [],\n\"namespaces\": [\n  {\"prefix\": \"\", \"uri\": \"urn:d\"}\n],\n"}, "",
-         plain},
+        {{"template", "$T/t.xml"}, 0, {"=variables: 0\nnamespaces: 1\n  (default)  urn:d\nskeleton:\n\n"
+          "<r xmlns=\"urn:d\">\n\n  <v>fixed</v>\n\n</r>\n"}, "", plain},
+        {{"template", "--json", "$T/t.xml"}, 0, {"={\"variables\": [],\n\"namespaces\": [],\n\"skeleton\": "
+          "\"\\r\\n<r>\\r\\n\\r\\n  <v>fixed</v>\\r\\n\\r\\n</r>\"}\n"}, "", {{"t.xml", "<r><v>fixed</v></r>"}}},
         {{"template", "$T/t.xml"}, 0, {"^variables: 1\n"}, "nqdom template: warning: the skeleton leaves out the CDATA "
          "section <![CDATA[${b}]]> with the variables in it\nnqdom template: warning: the skeleton leaves out the "
          "processing instruction <?p x?>\n", {{"t.xml", "<r><a>${a}</a><b><![CDATA[${b}]]></b><?p x?></r>"}}},
         {{"fill", "$T/t.xml", "a=1"}, 0, {"<a>1</a>"}, "nqdom fill: warning: the skeleton leaves out the "
          "processing instruction <?p x?>\n", {{"t.xml", "<r><a>${a}</a><?p x?></r>"}}},
         {{"template", "$T/t.xml"}, 1, {}, "LibXML 1764", {{"t.xml", "<r><v>${a} ${b}</v></r>"}}},
-        {{"template", "$T/t.xml"}, 1, {}, "LibXML 1666", {{"t.xml", "<r><v>${a}</v><w>${A}</w></r>"}}},
-        {{"template", "$T/t.xml"}, 1, {}, "line 1, column 15: input ended before all started tags were ended",
-         {{"t.xml", "<r><v>${a}</v>"}}},
     });
 }
 
@@ -501,7 +429,6 @@ TEST(Tool, Fill) {
         {{"fill", kTmpl, "--values", kValues, "note=a\x01"}, 1, {},
          "the value of \"note\" holds characters XML cannot carry"},
         {{"fill", kTmpl, "--values", kValues, "note=\xff"}, 1, {}, "XML cannot carry"},
-        {{"fill", kTmpl, "--values", "$T"}, 1, {}, "cannot read $T: it is a folder"},
         {{"fill", kTmpl, "--values", kMenu}, 1, {}, "Data flow 288"},
         {{"fill", kTmpl, "city"}, 2, {}, "expected NAME=VALUE, got \"city\""},
         {{"fill", kTmpl, "=x"}, 2, {}, "expected NAME=VALUE"},
@@ -522,23 +449,16 @@ std::size_t largeBytes() {
 TEST(ToolSlow, LargeDocumentGoesThroughFormatAndTree) {
     // Written exactly as the library writes it, so formatting gives the same bytes back.
     Runner r;
+    std::string text = kDecl.substr(1) + "<catalog>";
     std::size_t items = 0;
-    {
-        std::ofstream out(r.dir.file("large.xml"), std::ios::binary);
-        out << "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?><catalog>";
-        for (std::size_t written = 0; written < largeBytes(); ++items) {
-            std::string n = std::to_string(items);
-            std::string item = "<item id=\"i" + n + "\" kind=\"book\"><!-- n" + n +
-                               " --><title>T\xC3\xAFtle " + n + " &amp; more</title><price>" +
-                               std::to_string(items % 100) + ".50</price></item>";
-            out << item;
-            written += item.size();
-        }
-        out << "</catalog>";
+    for (; text.size() < largeBytes(); ++items) {
+        std::string n = std::to_string(items);
+        text += "<item id=\"i" + n + "\" kind=\"book\"><!-- n" + n + " --><title>T\xC3\xAFtle " + n +
+                " &amp; more</title><price>" + std::to_string(items % 100) + ".50</price></item>";
     }
-    r.run({{"format", "$T/large.xml", "-o", "$T/copy.xml"}, 0});
-    EXPECT_TRUE(readBytes(r.dir.file("copy.xml")) == readBytes(r.dir.file("large.xml")))
-        << "formatting changed it";
+    ASSERT_TRUE(writeBytes(r.dir.file("large.xml"), text + "</catalog>"));
+    std::string().swap(text);
+    r.run({{"format", "$T/large.xml", "-o", "$T/copy.xml"}, 0, {}, "", {}, {{"copy.xml", "=@$T/large.xml"}}});
     std::filesystem::remove(r.dir.file("copy.xml"));
     // Per item: the element, two attributes, the comment, two elements with a text each.
     r.run({{"tree", "$T/large.xml"}, 0, {}, "", {}, {}, "", "$T/outline.txt"});
@@ -555,13 +475,9 @@ TEST(ToolSlow, TreeStreamsItsOutline) {
     // held in memory, it would show in the peak.
     TempDir dir;
     std::string input = dir.file("nested.xml"), outline = dir.file("outline.txt");
-    {
-        std::ofstream out(input, std::ios::binary);
-        std::string block = nest(60, "");
-        out << "<root>";
-        for (std::size_t written = 0; written < largeBytes() / 5; written += block.size()) out << block;
-        out << "</root>";
-    }
+    std::string block = nest(60, ""), text = "<root>";
+    while (text.size() < largeBytes() / 5) text += block;
+    ASSERT_TRUE(writeBytes(input, text + "</root>"));
     ToolResult tree = runTool({"tree", input}, "", outline);
     ASSERT_EQ(tree.exitCode, 0) << tree.err;
     long outlineKb = static_cast<long>(std::filesystem::file_size(outline) / 1024);
