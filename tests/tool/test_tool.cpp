@@ -1,6 +1,5 @@
-// nqdom driven through its command line: exit status, standard output,
-// standard error and the files it writes, on the shipped examples and on bad
-// input.
+// nqdom run as a user runs it: exit status, standard output and error, and
+// the files it writes, on the shipped examples and on bad input.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -64,9 +63,8 @@ ToolResult runTool(std::vector<std::string> args, const std::string& stdinText =
 using Strings = std::vector<std::string>;
 using Files = std::vector<std::pair<std::string, std::string>>;
 
-// One run of the tool. In arguments and messages "$EX" is the examples
-// directory and "$T" a fresh one; "&&" runs a further command and "|" one fed
-// this output. Earlier commands must succeed; the last is checked.
+// One run of the tool; "$EX" is the examples directory, "$T" a fresh one.
+// Of commands joined by "&&" the earlier must succeed; the last is checked.
 struct Case {
     Strings args;
     int status;
@@ -109,18 +107,12 @@ struct Runner {
     }
     bool holds(const std::string& text, const std::string& want) const {
         std::string rest = want.substr(1);
-        switch (want[0]) {
-            case '=':
-                return text == value(rest);
-            case '^':
-                return text.rfind(rest, 0) == 0;
-            case '~':
-                return text.size() >= rest.size() && text.substr(text.size() - rest.size()) == rest;
-            case '!':
-                return text.find(rest) == std::string::npos;
-            case '#':
-                return countOf(text, want.substr(want.find(':') + 1)) == std::stoul(rest);
-        }
+        if (want[0] == '=') return text == value(rest);
+        if (want[0] == '^') return text.rfind(rest, 0) == 0;
+        if (want[0] == '~')
+            return text.size() >= rest.size() && text.substr(text.size() - rest.size()) == rest;
+        if (want[0] == '!') return text.find(rest) == std::string::npos;
+        if (want[0] == '#') return countOf(text, want.substr(want.find(':') + 1)) == std::stoul(rest);
         return text.find(want) != std::string::npos;
     }
     void expectHolds(const std::string& text, const std::string& want) const {
@@ -132,19 +124,17 @@ struct Runner {
         Strings words;
         ToolResult r;
         for (std::size_t i = 0; i <= c.args.size(); ++i) {
-            if (i < c.args.size() && c.args[i] != "&&" && c.args[i] != "|") {
+            if (i < c.args.size() && c.args[i] != "&&") {
                 words.push_back(expand(c.args[i]));
                 continue;
             }
             r = runTool(words, in, expand(c.outPath), c.sizeLimit);
             if (i == c.args.size()) break;
             ASSERT_EQ(r.exitCode, 0) << r.err;
-            in = c.args[i] == "|" ? r.out : "";
+            in.clear();
             words.clear();
         }
-        std::string cmd = words[0];
-        for (const char* sub : {"list", "get", "set", "unset"})
-            if (cmd == "conf" && words.size() > 1 && words[1] == sub) cmd += " " + words[1];
+        std::string cmd = words.size() > 2 && words[0] == "conf" ? "conf " + words[1] : words[0];
         EXPECT_EQ(r.exitCode, c.status) << r.err;
         EXPECT_NE(r.err.find(expand(c.err)), std::string::npos) << r.err;
         // A command that succeeds writes to stderr only the warnings expected.
@@ -164,9 +154,7 @@ struct Runner {
 
 void runAll(const std::vector<Case>& cases) {
     for (const Case& c : cases) {
-        std::string line;
-        for (const std::string& arg : c.args) line += arg.substr(0, 60) + " ";
-        SCOPED_TRACE(line);
+        SCOPED_TRACE(testing::PrintToString(c.args));
         Runner().run(c);
     }
 }
@@ -189,9 +177,7 @@ TEST(Tool, UsageAndHelp) {
     for (std::string alias : {"--help", "-h", "help"})
         Runner().run({{alias}, 0, {"\n  version", "\n  fill"}});
     for (std::string name : {"template", "fill"})
-        Runner().run({{name, "--help"},
-                      0,
-                      {"holds at most one\nvariable", "names must differ\nin more than letter case"}});
+        Runner().run({{name, "--help"}, 0, {"holds at most one\nvariable", "must differ\nin more than"}});
     ToolResult none = runTool({}), unknown = runTool({"frobnicate"});
     EXPECT_EQ(none.exitCode, 2);
     EXPECT_EQ(none.err.rfind("usage: nqdom COMMAND", 0), 0u) << none.err;
@@ -208,44 +194,35 @@ TEST(Tool, CommandLine) {
         {{"tree"}, 2, {}, "missing arguments"},
         {{"tree", "a.xml", "b.xml"}, 2, {}, "unexpected argument b.xml"},
         {{"conf"}, 2, {}, "missing subcommand"},
-        {{"conf", "show", "f.xml"}, 2, {}, "unknown subcommand \"show\""},
-        {{"version"}, 0, {"=DOM Library version 2.8 (build 32)\n"}},
+        {{"conf", "show"}, 2, {}, "unknown subcommand \"show\""},
         {{"--version"}, 0, {"=DOM Library version 2.8 (build 32)\n"}},
         // "-5" is a value after "--", not an option.
-        {{"conf", "set", "$T/c.xml", "offset", "--", "-5", "&&", "conf", "get", "$T/c.xml", "offset"}, 0,
-         {"=-5\n"}},
+        {{"conf", "set", "$T/c.xml", "k", "--", "-5", "&&", "conf", "get", "$T/c.xml", "k"}, 0, {"=-5\n"}},
     });
 }
 
 // Markup the node handles do not reach, mixed content, preserved white space.
-const std::string kRich =
+const Files kRichFile = {{"rich.xml",
     "<?xml version=\"1.0\"?>\n<!DOCTYPE r [<!ENTITY e \"ent &#38;amp; text\"><!ENTITY m \"<b>in</b>\">]>\n"
     "<?pi one?>\n<r q='say \"hi\"' s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
-    "  <q xml:space=\"preserve\"> <x/> </q>\n<e/>\n</r>\n<!-- c3 -->\n";
-const Files kRichFile = {{"rich.xml", kRich}};
+    "  <q xml:space=\"preserve\"> <x/> </q>\n<e/>\n</r>\n<!-- c3 -->\n"}};
 const Files kExternal = {{"x.xml", "<!DOCTYPE r SYSTEM \"d.dtd\"><r><a>1</a>&ext;<b>2</b></r>"},
                          {"d.dtd", "<!ENTITY ext SYSTEM \"e.txt\">"}, {"e.txt", "t&amp;"}};
 
 TEST(Tool, Format) {
-    std::string deep = nest(30000, "");
     runAll({
-        {{"format", kMenu}, 0,
-         {"<name>Cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e</name>", "<note>Cheese &amp; raisins</note>", "!\r"}},
         // Indented afresh with LF only; the text of mixed and preserved content untouched.
         {{"format", "--pretty", "$T/rich.xml"}, 0, {
             "=<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"no\" ?>\n"
             "<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
             "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
             "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"}, "", kRichFile},
-        // Stable on its own output.
-        {{"format", "--pretty", "-o", "$T/1.xml", kMenu, "&&", "format", "--pretty", "-o", "$T/2.xml",
-          "$T/1.xml"}, 0, {"="}, "", {}, {{"1.xml", kDecl}, {"1.xml", "\n  <dish id=\"d1\" price=\"7.50\">\n"
-          "    <name>Cr"}, {"2.xml", "=@$T/1.xml"}}},
         // Compact text has no final line end of its own: only stdout adds one.
         {{"format", kMenu, "-o", "$T/o.xml"}, 0, {"="}, "", {},
-         {{"o.xml", kDecl}, {"o.xml", "~</dish>\n</menu>"}}},
-        {{"format", "$T/d.xml"}, 0, {"#29999:<e>", "~<e/>" + deep.substr(deep.find("</e>") + 4) + "\n"}, "",
-         {{"d.xml", deep}}},
+         {{"o.xml", kDecl}, {"o.xml", "~</dish>\n</menu>"}, {"o.xml", "!\r"},
+          {"o.xml", "<note>Cheese &amp; raisins</note>"}}},
+        {{"format", "$T/d.xml"}, 0, {"=" + kDecl.substr(1) + nest(29999, "<e/>") + "\n"}, "",
+         {{"d.xml", nest(30000, "")}}},
         {{"format", "$T/d.xml"}, 1, {}, "column 150964: the document takes more than 28 MB of memory to load",
          {{"d.xml", nest(60000, "")}}},
         {{"format", "--untrusted", "$T/d.xml"}, 1, {}, "line 1, column 772: elements nested deeper than 256 levels",
@@ -256,19 +233,15 @@ TEST(Tool, Format) {
          {"=" + kDecl.substr(1) + kExternal[0].second + "\n"}, "", kExternal},
         {{"tree", "--external", "$T/x.xml"}, 1, {}, "cannot show the text of the external entity \"ext\"",
          kExternal},
-        {{"format", "$T/x.xml"}, 1, {}, "\"d.dtd\" is outside the text, and this load policy reads nothing "
-         "outside it", kExternal},
         // A missing external entity is an error, not a shorter document.
         {{"format", "--external", "$T/x.xml"}, 1, {}, "line 1, column 44: unable to open external entity '$T/e.txt'",
          {kExternal[0], kExternal[1]}},
         // Bytes with a byte-order mark; a 0 byte is an error at its place.
-        {{"format", "$T/u16.xml"}, 0, {"<r>\xC3\xA9t\xC3\xA9</r>"}, "",
-         {{"u16.xml", std::string("\xFF\xFE<\0r\0>\0\xE9\0t\0\xE9\0<\0/\0r\0>\0", 22)}}},
+        {{"format", "-"}, 0, {"<r>\xC3\xA9t\xC3\xA9</r>"}, "", {}, {},
+         std::string("\xFF\xFE<\0r\0>\0\xE9\0t\0\xE9\0<\0/\0r\0>\0", 22)},
         {{"format", "-"}, 1, {}, "LibXML 345: line 2, column 5: invalid character 0x0", {}, {},
          std::string("<r>\n  a\0b</r>", 14)},
-        {{"format", "$T/missing.xml"}, 1, {}, "cannot read $T/missing.xml: no such file"},
         {{"format", "$T"}, 1, {}, "cannot read $T: it is a folder"},
-        {{"format", "$T/empty.xml"}, 1, {}, "LibXML 336", {{"empty.xml", ""}}},
         {{"format", "-"}, 1, {}, "standard input is empty"},
         {{"format", "$T/bad.xml"}, 1, {}, "LibXML 346: file \"$T/bad.xml\", line 3, column 3: expected end of tag "
          "'b'", {{"bad.xml", "<a>\n  <b>\n</a>\n"}}},
@@ -280,37 +253,11 @@ TEST(Tool, Format) {
 
 TEST(Tool, Tree) {
     runAll({
-        {{"tree", kMenu}, 0,
-         {"    @price=\"7.50\"\n    name\n      \"Cr\xC3\xA8me br\xC3\xBBl\xC3\xA9" "e\"\n"}},
         // CDATA and entity text in place, quotes and backslashes escaped.
-        {{"tree", "$T/rich.xml"}, 0, {
-            "=<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
-            "r\n  @q=\"say \\\"hi\\\"\"\n  @s=\"a\\\\b\"\n  p\n    \"H\"\n    sub\n      \"2\"\n"
-            "    \"O <raw> ent & text\"\n    b\n      \"in\"\n  q\n    @xml:space=\"preserve\"\n    x\n"
-            "  e\n<!-- c3 -->\n"}, "", kRichFile},
-        {{"tree", "--json", "$T/rich.xml"}, 0, {"={\"type\": \"document\", \"children\": [\n"
-            "  {\"type\": \"doctype\", \"text\": \"<!DOCTYPE r [<!ENTITY e \\\"ent &amp; text\\\">"
-            "<!ENTITY m \\\"<b>in</b>\\\">]>\"},\n"
-            "  {\"type\": \"pi\", \"target\": \"pi\", \"data\": \"one\"},\n"
-            "  {\"type\": \"element\", \"name\": \"r\", \"attributes\": {\"q\": \"say \\\"hi\\\"\", \"s\": \"a\\\\b\"}, "
-            "\"children\": [\n"
-            "    {\"type\": \"element\", \"name\": \"p\", \"attributes\": {}, \"children\": [\n"
-            "      {\"type\": \"text\", \"text\": \"H\"},\n"
-            "      {\"type\": \"element\", \"name\": \"sub\", \"attributes\": {}, \"children\": [\n"
-            "        {\"type\": \"text\", \"text\": \"2\"}\n      ]},\n"
-            "      {\"type\": \"text\", \"text\": \"O\\n <raw> ent & text \"},\n"
-            "      {\"type\": \"element\", \"name\": \"b\", \"attributes\": {}, \"children\": [\n"
-            "        {\"type\": \"text\", \"text\": \"in\"}\n      ]}\n    ]},\n"
-            "    {\"type\": \"element\", \"name\": \"q\", \"attributes\": {\"xml:space\": \"preserve\"}, \"children\": [\n"
-            "      {\"type\": \"text\", \"text\": \" \"},\n"
-            "      {\"type\": \"element\", \"name\": \"x\", \"attributes\": {}, \"children\": []},\n"
-            "      {\"type\": \"text\", \"text\": \" \"}\n    ]},\n"
-            "    {\"type\": \"element\", \"name\": \"e\", \"attributes\": {}, \"children\": []}\n  ]},\n"
-            "  {\"type\": \"comment\", \"text\": \" c3 \"}\n]}\n"}, "", kRichFile},
+        {{"tree", "$T/rich.xml"}, 0, {"=@" NQDOM_EXPECTED_DIR "/tree-rich.txt"}, "", kRichFile},
+        {{"tree", "--json", "$T/rich.xml"}, 0, {"=@" NQDOM_EXPECTED_DIR "/tree-rich.json"}, "", kRichFile},
         {{"tree", "$T/d.xml"}, 0, {"#5000:\n", "~\n" + std::string(2 * 4999, ' ') + "e\n"}, "",
          {{"d.xml", nest(5000, "")}}},
-        {{"tree", "$T/bad.xml"}, 1, {}, "line 1, column 15: expected end of tag 'b'",
-         {{"bad.xml", "<a><b x='1'></a>"}}},
     });
 }
 
@@ -347,8 +294,6 @@ TEST(Tool, Conf) {
          twoK},
         // Failures leave the file as it was and no temporary file behind.
         {{"conf", "set", "$T/s.xml", "server.port", "1"}, 1, {}, "LibXML 463", copy, unchanged, "", "", 256},
-        {{"conf", "set", "$T/t.xml", "a", "b"}, 1, {}, "input ended before all started tags were ended",
-         {{"t.xml", head}}, {{"t.xml", "=" + head}}},
         // Control characters as \u00XX escapes, both digits.
         {{"conf", "list", "--json", "$T/c.xml"}, 0, {"\"value\": \"a\\u001fb\\u0001\""}, "", {{"c.xml",
          "<?xml version=\"1.1\"?>" + head + "<entry name=\"a\"><value>a&#x1f;b&#1;</value></entry>" + end}}},
@@ -359,7 +304,6 @@ TEST(Tool, Conf) {
         {{"conf", "unset", "$T/s.xml", "nothere"}, 1, {}, "no entry named \"nothere\"", copy, unchanged},
         {{"conf", "unset", "$T/missing.xml", "x"}, 1, {}, "cannot read $T/missing.xml: no such file", {}, {{"*", "="}}},
         {{"conf", "list", "$T/v2.xml"}, 1, {}, "Data flow 290", {{"v2.xml", v2}}},
-        {{"conf", "get", "$T/v2.xml", "x"}, 1, {}, "Data flow 290", {{"v2.xml", v2}}},
     });
 }
 // clang-format on
@@ -379,17 +323,9 @@ TEST(Tool, ConfSetKeepsPermissionsAndSymbolicLinks) {
 TEST(Tool, Template) {
     const Files plain = {{"t.xml", "<r xmlns=\"urn:d\"><v>fixed</v></r>"}};
     runAll({
-        {{"template", kTmpl}, 0, {"^variables: 6\n  0  city      required  /o:order/a:shipTo/a:city\n",
-            "  1  country   optional  /o:order/a:shipTo/a:country\n  2  customer  required",
-            "namespaces: 2\n  a  urn:example:address\n  o  urn:example:order\nskeleton:\n",
-            "<o:customer>${customer}</o:customer>\n"}},
+        {{"template", kTmpl}, 0, {"=@" NQDOM_EXPECTED_DIR "/template-order.txt"}},
         // JSON carries the skeleton as the library wrote it, CR LF included.
-        {{"template", "--json", kTmpl}, 0, {
-            "^{\"variables\": [\n  {\"index\": 0, \"name\": \"city\", \"optional\": false, ",
-            "{\"index\": 3, \"name\": \"note\", \"optional\": true, \"xpath\": \"/o:order/o:note\"}",
-            "\"namespaces\": [\n  {\"prefix\": \"a\", \"uri\": \"urn:example:address\"},\n"
-            "  {\"prefix\": \"o\", \"uri\": \"urn:example:order\"}\n],\n",
-            "<o:customer>${customer}</o:customer>\\r\\n"}},
+        {{"template", "--json", kTmpl}, 0, {"=@" NQDOM_EXPECTED_DIR "/template-order.json"}},
         {{"template", "$T/t.xml"}, 0, {"=variables: 0\nnamespaces: 1\n  (default)  urn:d\nskeleton:\n\n"
           "<r xmlns=\"urn:d\">\n\n  <v>fixed</v>\n\n</r>\n"}, "", plain},
         {{"template", "--json", "$T/t.xml"}, 0, {"={\"variables\": [],\n\"namespaces\": [],\n\"skeleton\": "
@@ -404,22 +340,16 @@ TEST(Tool, Template) {
 }
 
 TEST(Tool, Fill) {
-    const Strings escaping = {"fill", kTmpl, "orderId=\"1\" & 'x'", "customer=<A&B>", "street=s", "city=c",
-                              "country=$${x}"};
-    Strings reparsed = escaping;
-    reparsed.insert(reparsed.end(), {"|", "tree", "-"});
     runAll({
         // Optional by comment and by notation, both left without a value.
-        {{"fill", kTmpl, "--values", kValues}, 0, {"<o:order xmlns:o=\"urn:example:order\" id=\"A-1027\"",
-          "<o:customer>Zo\xC3\xAB \xC3\x85str\xC3\xB6m</o:customer>\r\n", "<a:city>Malm\xC3\xB6</a:city>",
-          "<a:country></a:country>", "<o:note></o:note>", "!${"}},
+        {{"fill", kTmpl, "--values", kValues}, 0, {"=@" NQDOM_EXPECTED_DIR "/fill-order.xml"}},
         // Arguments override the file, in any letter case.
         {{"fill", kTmpl, "CITY=Lund", "note=ring twice", "--values", kValues}, 0,
          {"<a:city>Lund</a:city>", "<o:note>ring twice</o:note>"}},
-        // A value is not read as a template; what comes out parses back intact.
-        {escaping, 0, {"id=\"&quot;1&quot; &amp; &apos;x&apos;\"", "<o:customer>&lt;A&amp;B&gt;</o:customer>",
+        // A value is escaped and not read as a template.
+        {{"fill", kTmpl, "orderId=\"1\" & 'x'", "customer=<A&B>", "street=s", "city=c", "country=$${x}"}, 0,
+          {"id=\"&quot;1&quot; &amp; &apos;x&apos;\"", "<o:customer>&lt;A&amp;B&gt;</o:customer>",
                        "<a:country>$${x}</a:country>"}},
-        {reparsed, 0, {"@id=\"\\\"1\\\" & 'x'\"", "\"<A&B>\""}},
         {{"fill", kTmpl, "orderId=1", "street=s", "city=c"}, 1, {},
          "no value for required variable \"customer\""},
         {{"fill", kTmpl}, 1, {},
@@ -461,10 +391,9 @@ TEST(ToolSlow, LargeDocumentGoesThroughFormatAndTree) {
     r.run({{"format", "$T/large.xml", "-o", "$T/copy.xml"}, 0, {}, "", {}, {{"copy.xml", "=@$T/large.xml"}}});
     std::filesystem::remove(r.dir.file("copy.xml"));
     // Per item: the element, two attributes, the comment, two elements with a text each.
-    r.run({{"tree", "$T/large.xml"}, 0, {}, "", {}, {}, "", "$T/outline.txt"});
-    std::string outline = readBytes(r.dir.file("outline.txt"));
-    EXPECT_EQ(countOf(outline, "\n"), 1 + 8 * items);
-    EXPECT_EQ(countOf(outline, "    <!-- n"), items);
+    Files lines = {{"o.txt", "#" + std::to_string(1 + 8 * items) + ":\n"},
+                   {"o.txt", "#" + std::to_string(items) + ":    <!-- n"}};
+    r.run({{"tree", "$T/large.xml"}, 0, {}, "", {}, lines, "", "$T/o.txt"});
 }
 
 TEST(ToolSlow, TreeStreamsItsOutline) {
@@ -475,8 +404,8 @@ TEST(ToolSlow, TreeStreamsItsOutline) {
     // held in memory, it would show in the peak.
     TempDir dir;
     std::string input = dir.file("nested.xml"), outline = dir.file("outline.txt");
-    std::string block = nest(60, ""), text = "<root>";
-    while (text.size() < largeBytes() / 5) text += block;
+    std::string text = "<root>";
+    while (text.size() < largeBytes() / 5) text += nest(60, "");
     ASSERT_TRUE(writeBytes(input, text + "</root>"));
     ToolResult tree = runTool({"tree", input}, "", outline);
     ASSERT_EQ(tree.exitCode, 0) << tree.err;
@@ -486,8 +415,7 @@ TEST(ToolSlow, TreeStreamsItsOutline) {
     ASSERT_EQ(format.exitCode, 0) << format.err;
     ASSERT_GT(outlineKb, 5 * static_cast<long>(std::filesystem::file_size(input) / 1024));
     EXPECT_LT(tree.maxRssKb, format.maxRssKb + outlineKb / 4)
-        << "tree peaked at " << tree.maxRssKb << " KB, format at " << format.maxRssKb << " KB, outline "
-        << outlineKb << " KB";
+        << "tree " << tree.maxRssKb << " KB, format " << format.maxRssKb << " KB, outline " << outlineKb;
 }
 
 }  // namespace
