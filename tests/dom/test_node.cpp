@@ -1,7 +1,6 @@
 // Node handle: walking, texts, building, moving, removing, attributes.
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <string>
 
 #include <xercesc/dom/DOMException.hpp>
@@ -50,8 +49,7 @@ TEST_F(NodeTest, WalkingReadingAndSettingTexts) {
     EXPECT_EQ(xml(), "<a>!INVALIDUTF8STR!</a>");
 }
 
-// A comment handle only walks sideways and reads its text; neither it nor a
-// null handle builds anything or has attributes.
+// A comment handle only walks sideways and reads its text; neither it nor a null handle builds.
 TEST_F(NodeTest, CommentAndNullHandlesDoNotBuild) {
     NqDomNode root = load("<a k=\"1\"><!--c--><b><e/></b></a>");
     const struct {
@@ -75,20 +73,17 @@ TEST_F(NodeTest, CommentAndNullHandlesDoNotBuild) {
         row.handle.getAttributeNameValue(0, &name, &value);
         EXPECT_EQ(str(name) + str(value) + str(row.handle.getAttributeValue("k")), "<null><null><null>");
         EXPECT_FALSE(row.handle.setAttributeValue("k", "v"));
-        EXPECT_FALSE(row.handle.setAttributeValueNS("urn:x", "p:k", "v"));
         row.handle.clearAttributes();
         EXPECT_TRUE(root.addChild(NqDomNode()).null());
         EXPECT_EQ(xml(), "<a k=\"1\"><!--c--><b><e/></b></a>");
     }
 }
 
-// A bad name makes the engine throw; a node moves unless it would become its
-// own ancestor; one of another document is refused until imported; a removed
-// node stays with the document and can come back.
+// A bad name makes the engine throw; a node moves unless it would become its own ancestor;
+// one of another document is refused until imported; a removed node can come back.
 TEST_F(NodeTest, BuildMoveAndRemove) {
     NqDomNode root = load("<a><!--k--><b><c>t</c></b><d/></a>");
     EXPECT_THROW(root.addChild("x y"), xercesc::DOMException);
-    EXPECT_THROW(root.addChildNS("urn:x", "p:1c"), xercesc::DOMException);
     EXPECT_THROW(root.addChildNS("", "p:c"), xercesc::DOMException);  // a prefix needs a namespace
     NqDomNode b = root.getFirstChild(false), c = b.getFirstChild(false);
     EXPECT_TRUE(b.addChild(b).null());
@@ -104,7 +99,6 @@ TEST_F(NodeTest, BuildMoveAndRemove) {
         NqDomNode y = other.getRoot().getFirstChild(false);
         EXPECT_TRUE(b.addChild(y).null());
         EXPECT_FALSE(b.addChild(m_dom.importNode(y)).null());
-        EXPECT_EQ(str(other.createXML(false, other.getRoot())), "<x><y k=\"v\">t<z/></y></x>");
     }  // the imported copy outlives its source
 
     const NqDomNode kept = b;
@@ -119,14 +113,13 @@ TEST_F(NodeTest, BuildMoveAndRemove) {
               "<a><d><c>t</c><b><y k=\"v\">t<z/></y></b></d><e><f>v</f></e><p:g xmlns:p=\"urn:x\"/></a>");
 }
 
-// Attributes are read as written and set by name, or by namespace and local
-// name; a bad name fails and changes nothing.
+// Attributes are read as written and set by name or namespace; a bad name changes nothing.
 TEST_F(NodeTest, AttributesReadAndSet) {
     NqDomNode e = load("<e xmlns:p=\"u\" p:a=\"1\" b=\"\" c=\"&lt;\xc3\xa9&quot;\"/>");
     EXPECT_EQ(e.getAttributeCount(), 4);
     EXPECT_EQ(describeAttributes(e, " "), "b= c=<\xc3\xa9\" p:a=1 xmlns:p=u");
     EXPECT_EQ(str(e.getAttributeValue("p:a")) + str(e.getAttributeValue("a")), "1<null>");
-    for (int index : {-1, 4, INT_MAX}) {
+    for (int index : {-1, 4}) {
         NqbString name("stale"), value("stale");
         e.getAttributeNameValue(index, &name, &value);
         EXPECT_EQ(str(name) + str(value), "<null><null>") << index;
@@ -136,7 +129,6 @@ TEST_F(NodeTest, AttributesReadAndSet) {
     e.getAttributeNameValue(0, nullptr, &value);
     e.getAttributeNameValue(0, &name, nullptr);
     EXPECT_EQ(str(name) + "=" + str(value), "a=1");
-    EXPECT_TRUE(e.setAttributeValue("k", "first"));
     EXPECT_TRUE(e.setAttributeValue("k", "x<\"&"));
     EXPECT_TRUE(e.setAttributeValueNS("urn:x", "p:k", "1"));
     EXPECT_TRUE(e.setAttributeValueNS("urn:x", "p:k", "2"));
@@ -148,19 +140,13 @@ TEST_F(NodeTest, AttributesReadAndSet) {
 // Removing an attribute with a declared default puts the default back; the
 // loop must still end, and only the element's own attributes go.
 TEST_F(NodeTest, ClearAttributesEndsWhenDefaultsComeBack) {
-    const char* const dtd = "<!DOCTYPE e [<!ATTLIST e d CDATA \"dv\" z CDATA \"zv\">]>";
-    const char* const rows[][3] = {
-        // element, its attributes, those of its child after clearing
-        {"<e a=\"1\" d=\"x\" b=\"2\"><f c=\"3\"/></e>", "a=1 b=2 d=x z=zv", "c=3"},
-        {"<e b=\"2\" z=\"y\" a=\"1\" d=\"x\" c=\"3\"/>", "a=1 b=2 c=3 d=x z=y", ""},
-    };
-    for (const auto& row : rows) {
-        NqDomNode e = load(std::string(dtd) + row[0]);
-        EXPECT_EQ(describeAttributes(e, " "), row[1]);
-        e.clearAttributes();
-        EXPECT_EQ(describeAttributes(e, " "), "d=dv z=zv");
-        EXPECT_EQ(describeAttributes(e.getFirstChild(false), " "), row[2]);
-    }
+    NqDomNode e = load(
+        "<!DOCTYPE e [<!ATTLIST e d CDATA \"dv\" z CDATA \"zv\">]>"
+        "<e b=\"2\" a=\"1\" d=\"x\" c=\"3\"><f c=\"3\"/></e>");
+    EXPECT_EQ(describeAttributes(e, " "), "a=1 b=2 c=3 d=x z=zv");
+    e.clearAttributes();
+    EXPECT_EQ(describeAttributes(e, " "), "d=dv z=zv");
+    EXPECT_EQ(describeAttributes(e.getFirstChild(false), " "), "c=3");
 }
 
 }  // namespace
