@@ -10,15 +10,13 @@
 
 namespace {
 
-// When armed, the no-throw allocation numbered g_failAt (from 1) fails;
-// g_calls counts them while armed.
+// When armed, no-throw allocation number g_failAt (from 1) fails; g_calls counts them while armed.
 long g_failAt = 0;
 long g_calls = 0;
 
 void* allocate(std::size_t size, bool array) noexcept {
     if (g_failAt > 0 && ++g_calls == g_failAt) return nullptr;
-    // The throwing forms underneath keep new/delete pairs matched for the
-    // sanitizers and valgrind.
+    // The throwing forms underneath keep new/delete pairs matched for the sanitizers and valgrind.
     try {
         return array ? ::operator new[](size) : ::operator new(size);
     } catch (const std::bad_alloc&) {
@@ -37,25 +35,17 @@ void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
 
 namespace {
 
-// Twelve namespaces on the root grow the table and scope arrays past their
-// first ten slots; a redeclared prefix, comments, an optional subtree and
-// long texts reach the other allocations.
+// Twelve namespaces on the root grow the table and scope arrays past their first ten slots; a redeclared
+// prefix, a comment, an optional subtree and long texts reach the other allocations.
 std::string richTemplate() {
     std::string text = "<r xmlns=\"urn:default-namespace-of-the-allocation-test\"";
-    for (int i = 0; i < 11; ++i) {
-        text +=
-            " xmlns:n" + std::to_string(i) + "=\"urn:allocation-test:namespace:" + std::to_string(i) + "\"";
-    }
+    for (int i = 0; i < 11; ++i)
+        text += " xmlns:n" + std::to_string(i) + "=\"urn:allocation-test:ns:" + std::to_string(i) + "\"";
     return text +
-           " id=\"${id}\">\r\n"
-           "  <n0:head n1:lang=\"${language}\">A title long enough to live on the heap: "
-           "${title}</n0:head>\r\n"
-           "  <!-- Optional: the body may be left out -->\r\n"
-           "  <n2:body xmlns:n2=\"urn:allocation-test:other\"><n2:p>${paragraph?}</n2:p>"
-           "<n2:p>${second}</n2:p></n2:body>\r\n"
-           "  <tail xmlns=\"urn:a-second-default\"><deep><deeper "
-           "n10:attr=\"${attribute}\"/></deep></tail>\r\n"
-           "</r>";
+           " id=\"${id}\"><n0:head n1:lang=\"${language}\">A title long enough for the heap: ${title}"
+           "</n0:head><!-- Optional: the body --><n2:body xmlns:n2=\"urn:allocation-test:other\">"
+           "<n2:p>${paragraph?}</n2:p><n2:p>${second}</n2:p></n2:body><tail xmlns=\"urn:a-second\">"
+           "<deep><deeper n10:attr=\"${attribute}\"/></deep></tail></r>";
 }
 
 // A tool such as valgrind may put its own operator new in place of ours.
@@ -76,7 +66,6 @@ TEST(TemplateAllocTest, EveryFailedNoThrowAllocationGives444) {
     NqDomTemplate* expected = reference.getTemplate(text);
     ASSERT_NE(expected, nullptr) << str(reference.getErrorMessage());
     ASSERT_EQ(expected->getNamespaceCount(), 14);
-    ASSERT_EQ(expected->getVariableCount(), 6);
 
     long n = 1;
     for (;; ++n) {
@@ -96,9 +85,7 @@ TEST(TemplateAllocTest, EveryFailedNoThrowAllocationGives444) {
         if (tpl) tpl->release();
         EXPECT_EQ(str(dom.getErrorMessage()), "LibXML 444: out of memory") << "allocation " << n;
     }
-    ::testing::Test::RecordProperty("allocations", static_cast<int>(n - 1));
-    // At least the object, both array pairs grown twice, six records and
-    // nine basic templates were each made to fail once.
+    // At least the object, both array pairs grown twice, six records and nine basic templates failed once.
     EXPECT_GT(n, 1 + 8 + 6 + 9);
     expected->release();
 }

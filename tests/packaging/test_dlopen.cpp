@@ -1,6 +1,5 @@
-// A host that loads the shared library at run time, by file name, and finds
-// its entry points by their plain names. This program does not link the
-// library: only the base library, for NqbString.
+// A host that loads the shared library by file name at run time and finds its entry points by their plain
+// names. This program links only the base library, for NqbString.
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -13,14 +12,8 @@
 
 namespace {
 
-using StartupFn = int (*)(void*, char**);
-using ShutdownFn = void (*)();
-using GetInterfaceFn = NqbConfSerializer* (*)(const char*);
-
-void release(NqbConfSerializer* serializer) {
-    serializer->release();
-}
-using SerializerPtr = std::unique_ptr<NqbConfSerializer, decltype(&release)>;
+const auto release = [](NqbConfSerializer* serializer) { serializer->release(); };
+using SerializerPtr = std::unique_ptr<NqbConfSerializer, void (*)(NqbConfSerializer*)>;
 
 template <class T>
 T symbol(void* library, const char* name) {
@@ -35,9 +28,9 @@ TEST(LoadedLibrary, ExportsTheBuildIdentityAndEntryPoints) {
     const int* number = symbol<const int*>(library.get(), "nqx_build_number");
     const char* const* info = symbol<const char* const*>(library.get(), "nqx_build_info");
     const char* const* version = symbol<const char* const*>(library.get(), "nqx_build_version");
-    const auto startup = symbol<StartupFn>(library.get(), "nqDomStartup");
-    const auto shutdown = symbol<ShutdownFn>(library.get(), "nqDomShutdown");
-    const auto getInterface = symbol<GetInterfaceFn>(library.get(), "nqDomGetInterface");
+    const auto startup = symbol<int (*)(void*, char**)>(library.get(), "nqDomStartup");
+    const auto shutdown = symbol<void (*)()>(library.get(), "nqDomShutdown");
+    const auto getInterface = symbol<NqbConfSerializer* (*)(const char*)>(library.get(), "nqDomGetInterface");
     ASSERT_TRUE(number && info && version && startup && shutdown && getInterface);
     EXPECT_EQ(*number, 32);
     EXPECT_STREQ(*info, "DOM Library version 2.8 (build 32)");
@@ -49,12 +42,11 @@ TEST(LoadedLibrary, ExportsTheBuildIdentityAndEntryPoints) {
     ASSERT_EQ(startup(nullptr, &error), 0);
     shutdown();
     EXPECT_EQ(error, reinterpret_cast<char*>(&library));
+    for (const char* name : {"nqbConfSerializer", "NqbConfSerializerX", static_cast<const char*>(nullptr)})
+        EXPECT_EQ(getInterface(name), nullptr) << (name ? name : "(null name)");
     char path[] = "/tmp/nqdom-dlopen-XXXXXX";
     close(mkstemp(path));
     {
-        for (const char* name :
-             {"nqbConfSerializer", "NqbConfSerializerX", static_cast<const char*>(nullptr)})
-            EXPECT_EQ(getInterface(name), nullptr) << (name ? name : "(null name)");
         SerializerPtr writer(getInterface("NqbConfSerializer"), release);
         ASSERT_TRUE(writer);
         writer->addEntry(NqbString("colour"), NqbString("blau \xC3\xBC"), NqbString("Background"));

@@ -9,13 +9,10 @@
 
 namespace {
 
-struct Release {
-    void operator()(NqbBasicTemplate* t) const { t->release(); }
-};
-using TemplatePtr = std::unique_ptr<NqbBasicTemplate, Release>;
+const auto release = [](NqbBasicTemplate* t) { t->release(); };
+using TemplatePtr = std::unique_ptr<NqbBasicTemplate, void (*)(NqbBasicTemplate*)>;
 
-class MapValues : public NqbTemplateValueCB {
-public:
+struct MapValues : NqbTemplateValueCB {
     bool getValue(const NqbString& name, NqbString* value) override {
         ++calls;
         const auto it = values.find(name.asCstr());
@@ -41,25 +38,20 @@ std::string variablesOf(NqbBasicTemplate& t) {
     return found;
 }
 
-// Rows: text, its variables, its skeleton, then what render gives (or its error) and the values it
-// asked for. The skeleton writes every variable `${name}` and keeps the rest.
+// Rows: text, its variables, its skeleton, then what render gives (or its error) and the values it asked for.
 TEST(BasicTemplate, InitSkeletonAndRender) {
     const std::tuple<const char*, const char*, const char*, const char*, int> cases[] = {
         {"${a}-$$-${b}", "a b", "${a}-$$-${b}", "1-$-x$y", 2},
-        {"${a}${b?}${a?}", "a b?", "${a}${b}${a}", "1x$y1", 2},
-        {"${a?}${a}", "a?", "${a}${a}", "11", 1},
+        {"${a}${b?}${a?}${b}", "a b?", "${a}${b}${a}${b}", "1x$y1x$y", 2},
         {"[${missing?}|${empty}]", "missing? empty", "[${missing}|${empty}]", "[|]", 2},
-        {"${a?} ${host} ${a}", "a? host", "${a} ${host} ${a}",
-         "Base 2004: required variable \"host\" has no value", 2},
-        {"${A}${_a-b.9Z}", "A _a-b.9Z", "${A}${_a-b.9Z}", "Base 2004: required variable \"A\" has no value",
-         1},
+        {"${a?} ${host}", "a? host", "${a} ${host}", "Base 2004: required variable \"host\" has no value", 2},
+        {"${A?}${_a-b.9Z?}", "A? _a-b.9Z?", "${A}${_a-b.9Z}", "", 2},
         {"${brace}", "brace", "${brace}", "${a}", 1},
         {"5$ ${a?}$ $$${a}", "a?", "5$ ${a}$ $$${a}", "5$ 1$ $1", 1},
         {"$ {a} $a {b}", "", "$ {a} $a {b}", "$ {a} $a {b}", 0},
-        {"", "", "", "", 0},
     };
     MapValues values;
-    TemplatePtr t(nqbCreateBasicTemplate(&values, nullptr));
+    TemplatePtr t(nqbCreateBasicTemplate(&values, nullptr), release);
     for (const auto& [text, variables, skeleton, rendered, asks] : cases) {
         SCOPED_TRACE(text);
         NqbString error;
@@ -72,12 +64,6 @@ TEST(BasicTemplate, InitSkeletonAndRender) {
         EXPECT_EQ(error.isNull(), !out.isNull());
         EXPECT_EQ(values.calls, asks);
     }
-    // Without a callback only optional variables can be rendered.
-    TemplatePtr alone(nqbCreateBasicTemplate(nullptr, nullptr));
-    ASSERT_TRUE(alone->init(NqbString("<${x?}>"), nullptr));
-    EXPECT_EQ(str(alone->render(nullptr)), "<>");
-    ASSERT_TRUE(alone->init(NqbString("${y}"), nullptr));
-    EXPECT_EQ(str(alone->render(nullptr)), "<null>");
 }
 
 // A failed init leaves nothing of the earlier text: no variables, and no skeleton or rendering.
@@ -88,9 +74,8 @@ TEST(BasicTemplate, FailuresGiveTheirMessage) {
         {"x${1a}", "Base 2002: invalid variable name \"1a\" at offset 1"},
         {"${ok} ${?}", "Base 2002: invalid variable name \"?\" at offset 6"},
         {"${a${b}", "Base 2002: invalid variable name \"a${b\" at offset 0"},
-        {"${a b?}", "Base 2002: invalid variable name \"a b?\" at offset 0"},
     };
-    TemplatePtr t(nqbCreateBasicTemplate(nullptr, nullptr));
+    TemplatePtr t(nqbCreateBasicTemplate(nullptr, nullptr), release);
     NqbString error;
     EXPECT_EQ(str(t->render(&error)), "<null>");
     EXPECT_EQ(str(error), "Base 2005: nothing to render: no text was initialised");
@@ -99,18 +84,19 @@ TEST(BasicTemplate, FailuresGiveTheirMessage) {
         EXPECT_FALSE(t->init(NqbString(text), &error)) << text;
         EXPECT_EQ(str(error), message);
         EXPECT_EQ(t->getVariableCount(), 0) << text;
-        error.setNull();
         EXPECT_TRUE(t->getSkeleton(&error).isNull());
         EXPECT_EQ(str(error), "Base 2005: nothing to render: no text was initialised");
         EXPECT_EQ(str(t->render(nullptr)), "<null>") << text;
     }
-    ASSERT_TRUE(t->init(NqbString("${a?}"), nullptr));
+    // Without a callback only optional variables can be rendered.
+    ASSERT_TRUE(t->init(NqbString("<${a?}>"), nullptr));
+    EXPECT_EQ(str(t->render(nullptr)), "<>");
     for (int index : {-1, 1}) {
-        bool optional = false;
-        EXPECT_EQ(str(t->getVariableName(index, &optional, &error)), "<null>");
-        EXPECT_FALSE(optional) << index;
+        EXPECT_EQ(str(t->getVariableName(index, nullptr, &error)), "<null>");
         EXPECT_EQ(str(error), "Base 2003: variable index " + std::to_string(index) + " out of range");
     }
+    ASSERT_TRUE(t->init(NqbString("${y}"), nullptr));
+    EXPECT_EQ(str(t->render(nullptr)), "<null>");
 }
 
 }  // namespace
