@@ -74,6 +74,9 @@ const HostileCase kHostile[] = {
      "takes more than 20 MB of memory to load", "takes more than 20 MB", kDoctype},
     {"ExternalDtdDefaultingAnAttributeToAFile", "d.xml", "<!DOCTYPE a SYSTEM 'ext.dtd'><a/>", "",
      "line 1, column 30: \"ext.dtd\" " + std::string(kOutside), kDoctype},
+    // Strict tries the address; the others refuse it by name, before any connection.
+    {"ExternalDtdOnTheNetwork", "n.xml", "<!DOCTYPE a SYSTEM 'http://127.0.0.1:9/x.dtd'><a/>",
+     "127.0.0.1:9/x.dtd", "\"http://127.0.0.1:9/x.dtd\" " + std::string(kOutside), kDoctype},
     {"ExternalEntityThatIsAFifo", "f.xml", "<!DOCTYPE a [<!ENTITY e SYSTEM 'fifo'>]><a>&e;</a>",
      "line 1, column 47: \"fifo\" is not a regular file", "\"fifo\" " + std::string(kOutside), kDoctype},
     {"DocumentCutInHalf", nullptr, "<r><a>1</a><b>2</b><c",
