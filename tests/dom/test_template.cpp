@@ -92,6 +92,9 @@ TEST(Template, FailuresGiveTheirMessage) {
          "failed: LibXML 1764: more than one variable in /r/nq1ns:a (Attribute)"},
         {R"(<a x="${n}">${N}</a>)", "failed: LibXML 1666: variable name \"n\" is used twice"},
         {"<!-- no element -->", "failed: LibXML 1766: the template has no root element"},
+        // XML 1.1 reads the character; the skeleton, written as XML 1.0, cannot hold it.
+        {"<?xml version=\"1.1\"?><r>&#1;${x}</r>",
+         "failed: LibXML 343: serializing failed: DOM exception 82"},
         {R"(<r xmlns:p="${u}"/>)",
          "failed: LibXML 1765: the skeleton text and the skeleton document hold different numbers of "
          "variables"},
