@@ -41,7 +41,7 @@ bool isSpecialFile(const NqbString& path) {
 
 NqGuardedParser::NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder,
                                  xercesc::MemoryManager* manager, XMLSize_t expansions)
-    : DOMLSParserImpl(nullptr, manager, nullptr), m_policy(policy), m_transcoder(transcoder) {
+    : NqDomLSParser(manager), m_policy(policy), m_transcoder(transcoder) {
     m_security.setEntityExpansionLimit(expansions);
     xercesc::DOMConfiguration* config = getDomConfig();
     config->setParameter(XMLUni::fgDOMNamespaces, false);

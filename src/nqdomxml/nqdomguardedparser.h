@@ -5,13 +5,13 @@
 #define NQDOMGUARDEDPARSER_H
 
 #include <xercesc/dom/DOMErrorHandler.hpp>
-#include <xercesc/parsers/DOMLSParserImpl.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
 #include "nqdom.h"
+#include "nqdomxml/nqdomlsparser.h"
 
-class NqGuardedParser : public xercesc::DOMLSParserImpl, private xercesc::DOMErrorHandler {
+class NqGuardedParser : public NqDomLSParser, private xercesc::DOMErrorHandler {
 public:
     // `expansions`: how many entity references the text may expand.
     NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder, xercesc::MemoryManager* manager,

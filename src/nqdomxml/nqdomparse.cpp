@@ -12,6 +12,7 @@
 #include "nqdomxhelper/nqdomreadbytes.h"
 #include "nqdomxml/nqdomdata.h"
 #include "nqdomxml/nqdomguardedparser.h"
+#include "nqdomxml/nqdomlsparser.h"
 #include "nqdomxmlcopy.h"
 
 using xercesc::DOMDocument;
@@ -46,8 +47,7 @@ void releaseParser(NqDomData* data) {
 // A fresh parser that keeps names as written: prefixes stay part of the name
 // and namespace declarations stay plain attributes.
 void createParser(NqDomData* data) {
-    data->m_parser = data->m_implementation->createLSParser(DOMImplementationLS::MODE_SYNCHRONOUS, nullptr,
-                                                            XMLPlatformUtils::fgMemoryManager, nullptr);
+    data->m_parser = new NqDomLSParser(XMLPlatformUtils::fgMemoryManager);
     const NqXmlCopy name(data->m_transcoder.fromNqb(NqbString("namespaces")));
     data->m_parser->getDomConfig()->setParameter(name.get(), false);
 }

@@ -38,6 +38,12 @@ TEST(Serialize, WholeDocumentPlainAndPrettyOrOneNode) {
     ASSERT_TRUE(dom.loadXML("<x:a xmlns:x=\"urn:x\" k=\"v\"><!--note--><b>1 &amp; 2</b></x:a>"));
     EXPECT_EQ(str(dom.createXML(false)),
               kDeclaration + "<x:a k=\"v\" xmlns:x=\"urn:x\"><!--note--><b>1 &amp; 2</b></x:a>");
+    // Values of the internal subset are escaped so that the text reads back the same.
+    const std::string subset =
+        "<!DOCTYPE r [<!ENTITY e \"q&#34;&#37;&#38;#38;&amp;\"><!ATTLIST r a CDATA \"x&#9;&quot;\">]>";
+    ASSERT_TRUE(dom.loadXML(
+        "<!DOCTYPE r [<!ENTITY e 'q\"&#37;&#38;#38;&amp;'><!ATTLIST r a CDATA 'x&#9;\"'>]><r>&e;</r>"));
+    EXPECT_EQ(str(dom.createXML(false)), kDeclaration + subset + "<r>&e;</r>");
 }
 
 // Without a document there is nothing to write; a text holding a character
