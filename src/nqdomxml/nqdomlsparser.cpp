@@ -58,37 +58,31 @@ std::u16string escapedEntity(const XMLCh* value) {
     return out;
 }
 
-// Gives a declaration of the grammar the escaped value while the base class
-// writes it, and its own value back afterwards.
-template <class Declaration>
-class EscapedWhileWritten {
-public:
-    EscapedWhileWritten(const Declaration& declaration, const std::u16string& escaped)
-        : m_declaration(const_cast<Declaration&>(declaration)), m_original(declaration.getValue()) {
-        m_declaration.setValue(escaped.c_str());
-    }
-    ~EscapedWhileWritten() { m_declaration.setValue(m_original.c_str()); }
-
-private:
-    Declaration& m_declaration;
-    const std::u16string m_original;
-};
+// Calls `write` while `declaration`, a declaration of the grammar, holds its
+// value escaped; the value is back as it was afterwards.
+template <class Declaration, class Write>
+void writeEscaped(const Declaration& declaration, std::u16string (*escape)(const XMLCh*), Write write) {
+    const XMLCh* value = declaration.getValue();
+    const std::u16string original = value ? value : u"";
+    const std::u16string escaped = escape(original.c_str());
+    if (!value || escaped == original) return write();
+    // Put back even when the engine throws while writing.
+    struct Restore {
+        Declaration& changed;
+        const std::u16string& original;
+        ~Restore() { changed.setValue(original.c_str()); }
+    } restore{const_cast<Declaration&>(declaration), original};
+    restore.changed.setValue(escaped.c_str());
+    write();
+}
 
 }  // namespace
 
 void NqDomLSParser::attDef(const xercesc::DTDElementDecl& element, const xercesc::DTDAttDef& attribute,
                            bool ignoring) {
-    const XMLCh* value = attribute.getValue();
-    const std::u16string escaped = value ? escapedAttribute(value) : std::u16string();
-    if (!value || escaped == value) return DOMLSParserImpl::attDef(element, attribute, ignoring);
-    const EscapedWhileWritten<xercesc::DTDAttDef> swap(attribute, escaped);
-    DOMLSParserImpl::attDef(element, attribute, ignoring);
+    writeEscaped(attribute, escapedAttribute, [&] { DOMLSParserImpl::attDef(element, attribute, ignoring); });
 }
 
 void NqDomLSParser::entityDecl(const xercesc::DTDEntityDecl& entity, bool isParameter, bool isIgnored) {
-    const XMLCh* value = entity.getValue();
-    const std::u16string escaped = value ? escapedEntity(value) : std::u16string();
-    if (!value || escaped == value) return DOMLSParserImpl::entityDecl(entity, isParameter, isIgnored);
-    const EscapedWhileWritten<xercesc::DTDEntityDecl> swap(entity, escaped);
-    DOMLSParserImpl::entityDecl(entity, isParameter, isIgnored);
+    writeEscaped(entity, escapedEntity, [&] { DOMLSParserImpl::entityDecl(entity, isParameter, isIgnored); });
 }
