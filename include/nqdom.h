@@ -46,6 +46,10 @@ public:
 
     // The document element; a null handle when there is no document.
     NqDomNode getRoot() const;
+    /// The document itself (NqDomNodeDocument): its children are the root
+    /// and the document type, comments and processing instructions around
+    /// it. A null handle when there is no document.
+    NqDomNode getDocumentNode() const;
     // Text of the last failure; null until the first failure or clearing.
     NqbString getErrorMessage() const;
 

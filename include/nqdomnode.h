@@ -1,4 +1,4 @@
-// Handle on one element or comment of a document held by an NqDom.
+// Handle on one node of a document held by an NqDom.
 #ifndef NQDOMNODE_H
 #define NQDOMNODE_H
 
@@ -7,10 +7,26 @@
 
 class NqXMLTranscoder;
 
+/// The kind of node a handle designates, as the engine builds them.
+enum NqDomNodeKind {
+    NqDomNodeNull = 0,                   ///< a null handle
+    NqDomNodeElement = 1,                ///< an element
+    NqDomNodeText = 2,                   ///< text, character and predefined entity references resolved
+    NqDomNodeCData = 3,                  ///< a CDATA section
+    NqDomNodeComment = 4,                ///< a comment
+    NqDomNodeProcessingInstruction = 5,  ///< a processing instruction
+    NqDomNodeDocumentType = 6,           ///< the document type declaration
+    NqDomNodeEntityReference = 7,  ///< a reference to a declared entity; its children are the entity's text
+    NqDomNodeDocument = 8,         ///< the document itself, parent of the root, the prolog and the epilogue
+    NqDomNodeOther = 9             ///< any other engine node given to the public constructor
+};
+
 // A cheap value: three words, owning nothing. It stays usable while an NqDom
 // shares its document and the document is not replaced. A null handle makes
 // no DOM call; a comment handle acts as null except for null, isComment,
-// getValue, getNextSibling and remove.
+// getValue, getNextSibling and remove. The members from getKind on reach
+// every kind of node; on a node that is not an element, the members before
+// them act as on a comment handle (getValue gives the node's data).
 class NQDOM_API NqDomNode {
 public:
     // A null handle.
@@ -60,6 +76,105 @@ public:
     // Removes every attribute (a declared default the DOM puts back may stay).
     void clearAttributes();
 
+    /// The kind of node; NqDomNodeNull on a null handle.
+    NqDomNodeKind getKind() const;
+
+    /// @name Walking every kind of node
+    /// Each gives a null handle on a null handle and where there is no such node.
+    ///@{
+    /// The parent: an element, an entity reference, or the document for the
+    /// root and the nodes of the prolog and epilogue.
+    NqDomNode getParentNode() const;
+    /// The first child of any kind.
+    NqDomNode getFirstChildNode() const;
+    /// The last child of any kind.
+    NqDomNode getLastChildNode() const;
+    /// The next sibling of any kind.
+    NqDomNode getNextSiblingNode() const;
+    /// The previous sibling of any kind.
+    NqDomNode getPreviousSiblingNode() const;
+    ///@}
+
+    /// @name Reading
+    ///@{
+    /// The name of an element (qualified, as written), the target of a
+    /// processing instruction, the name of the document type or of the
+    /// referenced entity; a null string for other kinds and on a null handle.
+    NqbString getNodeName() const;
+    /// The text of the node and everything below it in document order: text,
+    /// CDATA sections and the text of entity references; comments and
+    /// processing instructions are left out, except that a comment or
+    /// processing-instruction handle gives its own data. The document gives
+    /// the text of its root. An empty string when there is none; a null
+    /// string on a null handle or a document type.
+    NqbString getText() const;
+    /// The public identifier of a document type; a null string when it has
+    /// none, for other kinds and on a null handle.
+    NqbString getPublicId() const;
+    /// The system identifier of a document type, as written; a null string as for getPublicId.
+    NqbString getSystemId() const;
+    /// The internal subset of a document type, without its brackets; a null
+    /// string when there is none, for other kinds and on a null handle.
+    NqbString getInternalSubset() const;
+    ///@}
+
+    /// @name Namespaces
+    /// Resolved from the xmlns declarations in scope, as written in a loaded
+    /// document, and from the namespaces given to startNewDocumentNS,
+    /// addChildNS and setAttributeValueNS.
+    ///@{
+    /// The prefix of an element's name; a null string when it has none, for
+    /// other kinds and on a null handle.
+    NqbString getPrefix() const;
+    /// The name of an element without its prefix; a null string for other
+    /// kinds and on a null handle.
+    NqbString getLocalName() const;
+    /// The namespace an element is in; a null string when it is in none (an
+    /// undeclared prefix included), for other kinds and on a null handle.
+    NqbString getNamespaceURI() const;
+    /// The namespace URI, prefix and local name of the attribute at `index`
+    /// (as for getAttributeNameValue); fills the outputs that are not null,
+    /// each a null string where there is none, all of them for an index out
+    /// of range, on a node that is not an element and on a null handle. An
+    /// attribute without a prefix is in no namespace; xmlns declarations are
+    /// in "http://www.w3.org/2000/xmlns/".
+    void getAttributeNamespace(int index, NqbString* namespaceURI, NqbString* prefix,
+                               NqbString* localName) const;
+    /// The namespace `prefix` is bound to at this node (an empty or null
+    /// prefix: the default namespace); a null string when it is bound to
+    /// none and on a null handle. "xml" is always bound.
+    NqbString lookupNamespaceURI(const NqbString& prefix) const;
+    ///@}
+
+    /// @name Editing
+    /// A new node is made by the node's document; on a null handle, a parent
+    /// that cannot hold the node, or when the engine refuses the edit, the
+    /// result is a null handle (or false) and nothing changes.
+    ///@{
+    /// Moves `child` (a node of the same document, any kind) before
+    /// `reference`, a child of this node; a null `reference` appends.
+    /// Returns `child`.
+    NqDomNode insertBefore(const NqDomNode& child, const NqDomNode& reference);
+    /// A new text child holding `text`, before `reference` (a child of this
+    /// node) or last when `reference` is null.
+    NqDomNode addText(const NqbString& text, const NqDomNode& reference = NqDomNode());
+    /// A new CDATA section child holding `text`, placed as addText places text.
+    NqDomNode addCData(const NqbString& text, const NqDomNode& reference = NqDomNode());
+    /// A new comment child holding `text`, placed as addText places text.
+    NqDomNode addComment(const NqbString& text, const NqDomNode& reference = NqDomNode());
+    /// A new processing-instruction child, placed as addText places text.
+    NqDomNode addProcessingInstruction(const NqbString& target, const NqbString& data,
+                                       const NqDomNode& reference = NqDomNode());
+    /// Replaces all the content of an element by one text node (none for an
+    /// empty text), or sets the data of a text, CDATA section, comment or
+    /// processing instruction. False on other kinds and on a null handle.
+    bool setText(const NqbString& text);
+    /// Removes the attribute named `name` as written; false when the element
+    /// has none, on a node that is not an element and on a null handle. A
+    /// default the document type declares comes back.
+    bool removeAttribute(const NqbString& name);
+    ///@}
+
 private:
     // The document handle serializes and imports the designated DOM node.
     friend class NqDom;
@@ -68,9 +183,17 @@ private:
     // node or null, along its siblings.
     NqDomNode walkableFrom(void* candidate, bool includeComments) const;
 
+    // Whether the members that read and edit elements and their attributes
+    // apply: the node is an element.
+    bool onElement() const { return m_kind == NqDomNodeElement; }
+    // A handle on `node` (or null) of the same document.
+    NqDomNode sameDocument(void* node) const;
+
     void* m_node;
     NqXMLTranscoder* m_transcoder;
     bool m_isComment;
+    // An NqDomNodeKind, kept in what was padding so the handle's size stays.
+    unsigned char m_kind;
 };
 
 #endif

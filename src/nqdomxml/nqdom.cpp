@@ -87,6 +87,13 @@ NqDomNode NqDom::getRoot() const {
     return NqDomNode(m_data->m_root, &m_data->m_transcoder);
 }
 
+NqDomNode NqDom::getDocumentNode() const {
+    xercesc::DOMElement* root = m_data->m_root;
+    // The handle holds a DOMNode: the document's DOMNode part is not at its start.
+    xercesc::DOMNode* document = root ? root->getOwnerDocument() : nullptr;
+    return NqDomNode(document, &m_data->m_transcoder);
+}
+
 NqbString NqDom::getErrorMessage() const {
     return m_data->m_errorMessage;
 }

@@ -13,18 +13,14 @@ using xercesc::DOMNode;
 
 namespace {
 
-// Null for a null or comment handle and for nodes that have no attributes.
-DOMNamedNodeMap* attributeMap(void* node, bool isComment) {
-    if (!node || isComment) return nullptr;
+// Null unless the handle is on an element.
+DOMNamedNodeMap* attributeMap(void* node, bool onElement) {
+    if (!onElement) return nullptr;
     return static_cast<DOMNode*>(node)->getAttributes();
 }
 
-// Null for a null or comment handle and for any node that is not an element.
-DOMElement* asElement(void* node, bool isComment) {
-    if (!node || isComment) return nullptr;
-    DOMNode* domNode = static_cast<DOMNode*>(node);
-    if (domNode->getNodeType() != DOMNode::ELEMENT_NODE) return nullptr;
-    return static_cast<DOMElement*>(domNode);
+DOMElement* asElement(void* node, bool onElement) {
+    return onElement ? static_cast<DOMElement*>(static_cast<DOMNode*>(node)) : nullptr;
 }
 
 // The attribute's value. A parsed value is one text child, read here
@@ -40,12 +36,12 @@ const XMLCh* attributeValue(DOMNode* attribute) {
 }  // namespace
 
 int NqDomNode::getAttributeCount() const {
-    DOMNamedNodeMap* map = attributeMap(m_node, m_isComment);
+    DOMNamedNodeMap* map = attributeMap(m_node, onElement());
     return map ? static_cast<int>(map->getLength()) : 0;
 }
 
 void NqDomNode::getAttributeNameValue(int index, NqbString* name, NqbString* value) const {
-    DOMNamedNodeMap* map = attributeMap(m_node, m_isComment);
+    DOMNamedNodeMap* map = attributeMap(m_node, onElement());
     if (!map || index < 0 || index >= static_cast<int>(map->getLength())) {
         if (name) name->setNull();
         if (value) value->setNull();
@@ -57,7 +53,7 @@ void NqDomNode::getAttributeNameValue(int index, NqbString* name, NqbString* val
 }
 
 NqbString NqDomNode::getAttributeValue(const NqbString& name) const {
-    DOMNamedNodeMap* map = attributeMap(m_node, m_isComment);
+    DOMNamedNodeMap* map = attributeMap(m_node, onElement());
     if (!map) return NqbString();
     DOMNode* attribute = map->getNamedItem(m_transcoder->fromNqb(name));
     if (!attribute) return NqbString();
@@ -65,7 +61,7 @@ NqbString NqDomNode::getAttributeValue(const NqbString& name) const {
 }
 
 bool NqDomNode::setAttributeValue(const NqbString& name, const NqbString& value) {
-    DOMElement* element = asElement(m_node, m_isComment);
+    DOMElement* element = asElement(m_node, onElement());
     if (!element) return false;
     const NqXmlCopy nameCopy(m_transcoder->fromNqb(name));
     try {
@@ -78,7 +74,7 @@ bool NqDomNode::setAttributeValue(const NqbString& name, const NqbString& value)
 
 bool NqDomNode::setAttributeValueNS(const NqbString& namespaceURI, const NqbString& qualifiedName,
                                     const NqbString& value) {
-    DOMElement* element = asElement(m_node, m_isComment);
+    DOMElement* element = asElement(m_node, onElement());
     if (!element) return false;
     const NqXmlCopy uriCopy(m_transcoder->fromNqb(namespaceURI));
     const NqXmlCopy nameCopy(m_transcoder->fromNqb(qualifiedName));
@@ -91,7 +87,7 @@ bool NqDomNode::setAttributeValueNS(const NqbString& namespaceURI, const NqbStri
 }
 
 void NqDomNode::clearAttributes() {
-    DOMElement* element = asElement(m_node, m_isComment);
+    DOMElement* element = asElement(m_node, onElement());
     if (!element) return;
     DOMNamedNodeMap* map = element->getAttributes();
 

@@ -2,6 +2,7 @@
 #include <xercesc/dom/DOM.hpp>
 
 #include "nqdomnode.h"
+#include "nqdomxml/nqdomnodekind.h"
 #include "nqdomxmlcopy.h"
 #include "nqxmltranscoder.h"
 
@@ -27,12 +28,17 @@ DOMElement* createElementNS(DOMDocument* document, NqXMLTranscoder* transcoder, 
 
 }  // namespace
 
-NqDomNode::NqDomNode() : m_node(nullptr), m_transcoder(nullptr), m_isComment(false) {}
+NqDomNode::NqDomNode() : m_node(nullptr), m_transcoder(nullptr), m_isComment(false), m_kind(NqDomNodeNull) {}
 
 NqDomNode::NqDomNode(void* node, void* transcoder)
     : m_node(node),
       m_transcoder(static_cast<NqXMLTranscoder*>(transcoder)),
-      m_isComment(node && static_cast<DOMNode*>(node)->getNodeType() == DOMNode::COMMENT_NODE) {}
+      m_isComment(false),
+      m_kind(NqDomNodeNull) {
+    if (!node) return;
+    m_kind = static_cast<unsigned char>(nqDomKindOf(static_cast<DOMNode*>(node)->getNodeType()));
+    m_isComment = m_kind == NqDomNodeComment;
+}
 
 // Elements, and comments when asked; every other kind of node is passed over.
 // The type found is kept, so the handle needs no second DOM call.
@@ -44,6 +50,7 @@ NqDomNode NqDomNode::walkableFrom(void* candidate, bool includeComments) const {
         if (type == DOMNode::ELEMENT_NODE || (includeComments && isComment)) {
             found.m_node = node;
             found.m_isComment = isComment;
+            found.m_kind = isComment ? NqDomNodeComment : NqDomNodeElement;
             break;
         }
     }
@@ -51,7 +58,7 @@ NqDomNode NqDomNode::walkableFrom(void* candidate, bool includeComments) const {
 }
 
 NqDomNode NqDomNode::getFirstChild(bool includeComments) const {
-    if (null() || m_isComment) return NqDomNode();
+    if (!onElement()) return NqDomNode();
     return walkableFrom(static_cast<DOMNode*>(m_node)->getFirstChild(), includeComments);
 }
 
@@ -63,7 +70,7 @@ NqDomNode NqDomNode::getNextSibling(bool includeComments) const {
 // Results are converted straight into the returned string.
 NqbString NqDomNode::getName() const {
     NqbString name;
-    if (null() || m_isComment) return name;
+    if (!onElement()) return name;
     m_transcoder->toNqb(static_cast<DOMNode*>(m_node)->getNodeName(), name);
     return name;
 }
@@ -72,8 +79,10 @@ NqbString NqDomNode::getValue(bool allTexts) const {
     NqbString value;
     if (null()) return value;
     DOMNode* node = static_cast<DOMNode*>(m_node);
-    if (m_isComment) {
-        m_transcoder->toNqb(node->getNodeValue(), value);
+    if (!onElement()) {
+        // The data of a comment, text, CDATA section or processing instruction.
+        const XMLCh* data = node->getNodeValue();
+        if (data) m_transcoder->toNqb(data, value);
         return value;
     }
 
@@ -91,7 +100,7 @@ NqbString NqDomNode::getValue(bool allTexts) const {
 }
 
 void NqDomNode::setValue(const NqbString& text) {
-    if (null() || m_isComment) return;
+    if (!onElement()) return;
     DOMNode* node = static_cast<DOMNode*>(m_node);
     DOMDocument* document = node->getOwnerDocument();
     if (!document) return;
@@ -107,7 +116,7 @@ void NqDomNode::setValue(const NqbString& text) {
 }
 
 NqDomNode NqDomNode::addChild(const NqbString& name) {
-    if (null() || m_isComment) return NqDomNode(nullptr, m_transcoder);
+    if (!onElement()) return NqDomNode(nullptr, m_transcoder);
     DOMNode* node = static_cast<DOMNode*>(m_node);
     DOMDocument* document = node->getOwnerDocument();
     if (!document) return NqDomNode(nullptr, m_transcoder);
@@ -118,7 +127,7 @@ NqDomNode NqDomNode::addChild(const NqbString& name) {
 }
 
 NqDomNode NqDomNode::addChildNS(const NqbString& namespaceURI, const NqbString& qualifiedName) {
-    if (null() || m_isComment) return NqDomNode(nullptr, m_transcoder);
+    if (!onElement()) return NqDomNode(nullptr, m_transcoder);
     DOMNode* node = static_cast<DOMNode*>(m_node);
     DOMDocument* document = node->getOwnerDocument();
     if (!document) return NqDomNode(nullptr, m_transcoder);
@@ -129,7 +138,7 @@ NqDomNode NqDomNode::addChildNS(const NqbString& namespaceURI, const NqbString& 
 }
 
 NqDomNode NqDomNode::addChild(const NqDomNode& child) {
-    if (null() || m_isComment || child.null()) return NqDomNode(nullptr, m_transcoder);
+    if (!onElement() || child.null()) return NqDomNode(nullptr, m_transcoder);
     // The engine checks the ancestors of this node but not the node itself,
     // and would detach it and make it its own child.
     if (child.m_node == m_node) return NqDomNode(nullptr, m_transcoder);
