@@ -142,6 +142,30 @@ void benchWalk(benchmark::State& state, InputKind kind, Library* library) {
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * input.xml.size()));
 }
 
+// Both libraries that walk texts must read the same bytes from an input.
+std::map<std::string, std::uint64_t> g_textBytes;
+
+void benchTexts(benchmark::State& state, InputKind kind, Library* library) {
+    g_workbench->use(kind);
+    if (!g_workbench->loaded(*library)) {
+        state.SkipWithError("load failed");
+        return;
+    }
+    std::uint64_t bytes = 0;
+    for (auto _ : state) {
+        bytes = library->walkTexts();
+        benchmark::DoNotOptimize(bytes);
+    }
+    auto known = g_textBytes.emplace(kind.name(), bytes).first;
+    if (bytes == 0 || known->second != bytes) {
+        state.SkipWithError("the texts read differ from the other library's");
+        return;
+    }
+    state.counters["text_bytes"] = static_cast<double>(bytes);
+    state.SetBytesProcessed(
+        static_cast<std::int64_t>(state.iterations() * g_workbench->use(kind).xml.size()));
+}
+
 void benchSerialize(benchmark::State& state, InputKind kind, Library* library) {
     const Input& input = g_workbench->use(kind);
     if (!g_workbench->loaded(*library)) {
@@ -201,6 +225,13 @@ void registerLibrary(Table& table, const InputKind& kind, Library* library) {
     name = "walk/" + lib + "/" + input;
     pace(benchmark::RegisterBenchmark(name.c_str(), benchWalk, kind, library), kind);
     table.expect(name, {"walk", lib, input, kind.megabytes});
+    // Each element's text is read again by every ancestor, which the deep
+    // inputs' long chains make quadratic.
+    if (library->walksTexts() && kind.shape == Shape::Flat && kind.megabytes <= 20) {
+        name = "texts/" + lib + "/" + input;
+        pace(benchmark::RegisterBenchmark(name.c_str(), benchTexts, kind, library), kind);
+        table.expect(name, {"texts", lib, input, kind.megabytes});
+    }
     name = "serialize/" + lib + "/" + input;
     pace(benchmark::RegisterBenchmark(name.c_str(), benchSerialize, kind, library), kind);
     table.expect(name, {"serialize", lib, input, kind.megabytes});

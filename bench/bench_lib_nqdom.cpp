@@ -31,12 +31,25 @@ public:
         return counts;
     }
 
+    bool walksTexts() const override { return true; }
+
+    std::uint64_t walkTexts() override { return textsFrom(m_dom->getRoot()); }
+
     std::size_t serialize() override {
         NqbString text = m_dom->createXML(false);
         return static_cast<std::size_t>(text.length());
     }
 
 private:
+    static std::uint64_t textsFrom(const NqDomNode& element) {
+        NqbString text = element.getText();
+        std::uint64_t bytes = static_cast<std::uint64_t>(text.length());
+        for (NqDomNode child = element.getFirstChild(false); !child.null();
+             child = child.getNextSibling(false))
+            bytes += textsFrom(child);
+        return bytes;
+    }
+
     // Elements and comments in document order, each visited before its children.
     static void walkFrom(const NqDomNode& node, WalkCounts& counts) {
         if (node.isComment()) {

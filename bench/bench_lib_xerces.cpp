@@ -127,6 +127,13 @@ public:
         return walkWith(texts);
     }
 
+    bool walksTexts() const override { return m_sameWork; }
+
+    std::uint64_t walkTexts() override {
+        OwnedStrings texts(m_utf8.get(), m_buffer);
+        return textsFrom(m_document->getDocumentElement(), texts);
+    }
+
     std::size_t serialize() override {
         DOMLSSerializer* serializer = m_implementation->createLSSerializer();
         DOMLSOutput* output = m_implementation->createLSOutput();
@@ -170,6 +177,15 @@ private:
             if (type == DOMNode::ELEMENT_NODE || type == DOMNode::COMMENT_NODE)
                 walkFrom(child, texts, counts);
         }
+    }
+
+    // The engine's text content of each element, converted as every text is.
+    static std::uint64_t textsFrom(DOMNode* element, OwnedStrings& texts) {
+        std::uint64_t bytes = texts.text(element->getTextContent());
+        for (DOMNode* child = element->getFirstChild(); child; child = child->getNextSibling()) {
+            if (child->getNodeType() == DOMNode::ELEMENT_NODE) bytes += textsFrom(child, texts);
+        }
+        return bytes;
     }
 
     template <class Texts>

@@ -3,6 +3,7 @@
 #define BENCH_LIBRARIES_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 
 #include "bench_input.h"
@@ -28,6 +29,12 @@ public:
     virtual WalkCounts walk() = 0;
     // Serializes the loaded document to UTF-8 text; returns its size.
     virtual std::size_t serialize() = 0;
+    // False when the library has no text-content walk to measure.
+    virtual bool walksTexts() const { return false; }
+    // Reads the text content of every element (all text below it, in
+    // document order) as UTF-8, each into a string of its own; returns the
+    // bytes read.
+    virtual std::uint64_t walkTexts() { return 0; }
 };
 
 std::unique_ptr<Library> makeNqDomLibrary();

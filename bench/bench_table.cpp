@@ -7,7 +7,7 @@
 namespace bench {
 namespace {
 
-constexpr const char* kOperations[] = {"load", "walk", "serialize"};
+constexpr const char* kOperations[] = {"load", "walk", "texts", "serialize"};
 constexpr const char* kReference = "xerces";
 // Cells whose runs spread wider than this share of the median are marked as noise.
 constexpr double kNoisySpread = 0.10;

@@ -12,7 +12,7 @@
 namespace bench {
 
 struct CellKey {
-    std::string operation;  // memcpy, load, walk, serialize
+    std::string operation;  // memcpy, load, walk, texts, serialize
     std::string library;
     std::string input;  // "20MB/flat/ascii"
     std::size_t megabytes;
