@@ -1,5 +1,6 @@
 // loadXML of arbitrary bytes, a walk over every node and attribute,
 // createXML pretty and plain, and loadXML of both outputs again.
+#include <string>
 #include <vector>
 
 #include "fuzz_support.h"
@@ -24,6 +25,47 @@ std::size_t countElements(const NqDomNode& root) {
         if (!first.null()) stack.push_back(first);
     }
     return count;
+}
+
+// Every kind of node from the document down, without recursion: each
+// child's parent is the node walked from, the walk backwards meets as many
+// children, elements outside entity text are those the element walk sees,
+// and the root's text is the text and CDATA met on the way.
+void walkEveryKind(NqDom& dom, std::size_t elements) {
+    struct Step {
+        NqDomNode node;
+        bool inEntity;
+    };
+    std::vector<Step> stack{{dom.getDocumentNode(), false}};
+    std::string text;
+    std::size_t seen = 0;
+    while (!stack.empty()) {
+        const Step step = stack.back();
+        stack.pop_back();
+        const NqDomNodeKind kind = step.node.getKind();
+        if (kind == NqDomNodeElement && !step.inEntity) ++seen;
+        if (kind == NqDomNodeText || kind == NqDomNodeCData) text += step.node.getValue(false).asCstr();
+        std::vector<Step> children;
+        for (NqDomNode child = step.node.getFirstChildNode(); !child.null();
+             child = child.getNextSiblingNode()) {
+            fuzz::check(child.getParentNode().getKind() == kind, "a child's parent is another node");
+            children.push_back({child, step.inEntity || kind == NqDomNodeEntityReference});
+        }
+        std::size_t backwards = 0;
+        for (NqDomNode child = step.node.getLastChildNode(); !child.null();
+             child = child.getPreviousSiblingNode())
+            ++backwards;
+        fuzz::check(backwards == children.size(), "walking backwards meets other children");
+        // Outside the root's subtree, text is not the root's.
+        if (kind == NqDomNodeDocument) {
+            children.clear();
+            if (!dom.getRoot().null()) children.push_back({dom.getRoot(), false});
+        }
+        stack.insert(stack.end(), children.rbegin(), children.rend());
+    }
+    fuzz::check(seen == elements, "the walks over every kind and over elements disagree");
+    if (!dom.getRoot().null())
+        fuzz::check(text == dom.getRoot().getText().asCstr(), "root text is not its texts in order");
 }
 
 // The library's own output must load again, with the same elements,
@@ -79,6 +121,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::Fingerprint print = fuzz::walkDocument(root);
     checkUntrusted(text, !root.null(), &print);
     fuzz::check(countElements(root) == print.elements, "walks with and without comments disagree");
+    walkEveryKind(dom, print.elements);
 
     NqbString pretty = dom.createXML(true);
     NqbString plain = dom.createXML(false);
