@@ -217,6 +217,12 @@ TEST(Tool, Format) {
             "<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
             "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
             "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"}, "", kRichFile},
+        // The declaration as loaded; a default the document type gives stays out.
+        {{"format", "--pretty", "$T/v.xml", "-o", "$T/o.xml"}, 0, {"="}, "",
+         {{"v.xml", "<?xml version=\"1.1\" standalone=\"yes\"?><!DOCTYPE r [<!ATTLIST r d CDATA \"x\">]>"
+                    "<r> <a/> </r>"}},
+         {{"o.xml", "=<?xml version=\"1.1\" encoding=\"UTF-8\" standalone=\"yes\" ?>\n"
+                    "<!DOCTYPE r [<!ATTLIST r d CDATA \"x\">]>\n<r>\n  <a/>\n</r>\n"}}},
         // Compact text has no final line end of its own: only stdout adds one.
         {{"format", kMenu, "-o", "$T/o.xml"}, 0, {"="}, "", {},
          {{"o.xml", kDecl}, {"o.xml", "~</dish>\n</menu>"}, {"o.xml", "!\r"},
@@ -259,6 +265,10 @@ TEST(Tool, Tree) {
         // Control characters come back from character references.
         {{"tree", "--json", "$T/c.xml"}, 0, {"{\"k\": \"a\\tb\"}", "\"text\": \"x\\ry\""}, "",
          {{"c.xml", "<r k='a&#9;b'>x&#13;y</r>"}}},
+        // White space around entity text that is markup only is layout.
+        {{"tree", "--json", "$T/m.xml"}, 0, {"\"name\": \"p\", \"attributes\": {}, \"children\": [\n"
+         "      {\"type\": \"element\", \"name\": \"b\""}, "",
+         {{"m.xml", "<!DOCTYPE r [<!ENTITY m \"<b>in</b>\">]><r><p> &m; </p></r>"}}},
         {{"tree", "$T/d.xml"}, 0, {"#5000:\n", "~\n" + std::string(2 * 4999, ' ') + "e\n"}, "",
          {{"d.xml", nest(5000, "")}}},
     });
