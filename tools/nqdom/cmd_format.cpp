@@ -37,23 +37,40 @@ public:
     bool enter(const NqDomNode& node) {
         if (node.getKind() != NqDomNodeElement || !holdsOnlyMarkup(node, kLayout)) return false;
         NqDomNode element = node;
-        NqbString inner(("\n" + std::string(2 * m_depth + 2, ' ')).c_str());
+        const NqbString inner(("\n" + std::string(2 * m_depth + 2, ' ')).c_str());
+        // The first text of each run stays as the layout before the next
+        // child, so that a document indented already is left alone.
+        NqDomNode layout;
         for (NqDomNode child = element.getFirstChildNode(); !child.null();) {
             NqDomNode next = child.getNextSiblingNode();
-            if (child.getKind() == NqDomNodeText) {
-                child.remove();
+            if (child.getKind() != NqDomNodeText) {
+                setLayout(element, &layout, inner, child);
+            } else if (layout.null()) {
+                layout = child;
             } else {
-                element.addText(inner, child);
+                child.remove();
             }
             child = next;
         }
-        element.addText(NqbString(("\n" + std::string(2 * m_depth, ' ')).c_str()));
+        setLayout(element, &layout, NqbString(("\n" + std::string(2 * m_depth, ' ')).c_str()), NqDomNode());
         ++m_depth;
         return true;
     }
     void leave(const NqDomNode&) { --m_depth; }
 
 private:
+    // Makes `*layout` (a text, or null for none) hold `text` before
+    // `reference`, and clears it for the next run.
+    static void setLayout(NqDomNode& element, NqDomNode* layout, const NqbString& text,
+                          const NqDomNode& reference) {
+        if (layout->null()) {
+            element.addText(text, reference);
+        } else if (layout->getValue(false).compare(text, true) != 0) {
+            layout->setText(text);
+        }
+        *layout = NqDomNode();
+    }
+
     std::size_t m_depth = 0;
 };
 
