@@ -217,6 +217,12 @@ TEST(Tool, Format) {
             "<!DOCTYPE r [<!ENTITY e \"ent &amp; text\"><!ENTITY m \"<b>in</b>\">]>\n<?pi one?>\n"
             "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> &e; &m;</p>\n"
             "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"}, "", kRichFile},
+        // The declaration as loaded; a default the document type gives stays out.
+        {{"format", "--pretty", "$T/v.xml", "-o", "$T/o.xml"}, 0, {"="}, "",
+         {{"v.xml", "<?xml version=\"1.1\" standalone=\"yes\"?><!DOCTYPE r [<!ATTLIST r d CDATA \"x\">]>"
+                    "<r> <a/> </r>"}},
+         {{"o.xml", "=<?xml version=\"1.1\" encoding=\"UTF-8\" standalone=\"yes\" ?>\n"
+                    "<!DOCTYPE r [<!ATTLIST r d CDATA \"x\">]>\n<r>\n  <a/>\n</r>\n"}}},
         // Compact text has no final line end of its own: only stdout adds one.
         {{"format", kMenu, "-o", "$T/o.xml"}, 0, {"="}, "", {},
          {{"o.xml", kDecl}, {"o.xml", "~</dish>\n</menu>"}, {"o.xml", "!\r"},
@@ -231,8 +237,8 @@ TEST(Tool, Format) {
         // Relative to the document's folder, read only when asked.
         {{"format", "--external", "$T/x.xml"}, 0,
          {"=" + kDecl.substr(1) + kExternal[0].second + "\n"}, "", kExternal},
-        {{"tree", "--external", "$T/x.xml"}, 1, {}, "cannot show the text of the external entity \"ext\"",
-         kExternal},
+        {{"tree", "--external", "$T/x.xml"}, 0,
+         {"=<!DOCTYPE r SYSTEM \"d.dtd\">\nr\n  a\n    \"1\"\n  \"t&\"\n  b\n    \"2\"\n"}, "", kExternal},
         // A missing external entity is an error, not a shorter document.
         {{"format", "--external", "$T/x.xml"}, 1, {}, "line 1, column 44: unable to open external entity '$T/e.txt'",
          {kExternal[0], kExternal[1]}},
@@ -259,6 +265,10 @@ TEST(Tool, Tree) {
         // Control characters come back from character references.
         {{"tree", "--json", "$T/c.xml"}, 0, {"{\"k\": \"a\\tb\"}", "\"text\": \"x\\ry\""}, "",
          {{"c.xml", "<r k='a&#9;b'>x&#13;y</r>"}}},
+        // White space around entity text that is markup only is layout.
+        {{"tree", "--json", "$T/m.xml"}, 0, {"\"name\": \"p\", \"attributes\": {}, \"children\": [\n"
+         "      {\"type\": \"element\", \"name\": \"b\""}, "",
+         {{"m.xml", "<!DOCTYPE r [<!ENTITY m \"<b>in</b>\">]><r><p> &m; </p></r>"}}},
         {{"tree", "$T/d.xml"}, 0, {"#5000:\n", "~\n" + std::string(2 * 4999, ' ') + "e\n"}, "",
          {{"d.xml", nest(5000, "")}}},
     });

@@ -3,7 +3,7 @@
 #include "cli.h"
 #include "commands.h"
 #include "input.h"
-#include "markup.h"
+#include "node_walk.h"
 
 namespace nqtool {
 namespace {
@@ -21,35 +21,78 @@ const CommandInfo kInfo = {"format",
                            1,
                            1};
 
-// Indents the compact text. Line ends are LF throughout: the parser hands
-// every text over with LF line ends, so LF is the one kind that leaves each
-// text as the document holds it (the library's own pretty form ends its
-// lines with CR LF and keeps the texts' LF).
-std::string indent(std::string_view compact) {
-    std::vector<bool> indentable = indentableElements(compact);
-    std::vector<bool> open;  // per open element: whether its content is indented
-    std::size_t started = 0;
-    std::string out;
-    out.reserve(compact.size() + compact.size() / 4);
-    MarkupReader reader(compact);
-    for (Piece piece; reader.next(&piece);) {
-        if (piece.kind == Markup::End) {
-            bool indented = open.back();
-            open.pop_back();
-            if (indented) out.append("\n").append(2 * open.size(), ' ');
-            out.append(piece.raw);
-            continue;
+// Where the parser leaves a CR in a text it came from a reference, and the
+// library writes it as one: it is text, not layout.
+const ContentView kLayout = {false, " \t\n"};
+
+// Indents the document in place: each element that holds only markup, and
+// is not inside one that holds text, gets its children on lines of their
+// own, indented by two spaces a level, in place of the white space it held.
+// Lines end in LF: the parser hands every text over with LF line ends, so LF
+// is the one kind that leaves each text as the document holds it (the
+// library's own pretty form ends its lines with CR LF and keeps the texts'
+// LF).
+class Indenter {
+public:
+    bool enter(const NqDomNode& node) {
+        if (node.getKind() != NqDomNodeElement || !holdsOnlyMarkup(node, kLayout)) return false;
+        NqDomNode element = node;
+        const NqbString inner(("\n" + std::string(2 * m_depth + 2, ' ')).c_str());
+        // The first text of each run stays as the layout before the next
+        // child, so that a document indented already is left alone.
+        NqDomNode layout;
+        for (NqDomNode child = element.getFirstChildNode(); !child.null();) {
+            NqDomNode next = child.getNextSiblingNode();
+            if (child.getKind() != NqDomNodeText) {
+                setLayout(element, &layout, inner, child);
+            } else if (layout.null()) {
+                layout = child;
+            } else {
+                child.remove();
+            }
+            child = next;
         }
-        bool indenting = open.empty() || open.back();
-        // In indented content, text is white space only: the indentation replaces it.
-        if (indenting && piece.kind == Markup::Text) continue;
-        if (indenting && !out.empty()) out.append("\n").append(2 * open.size(), ' ');
-        out.append(piece.raw);
-        if (piece.kind != Markup::Start) continue;
-        bool own = indentable[started++];
-        open.push_back(indenting && own);
+        setLayout(element, &layout, NqbString(("\n" + std::string(2 * m_depth, ' ')).c_str()), NqDomNode());
+        ++m_depth;
+        return true;
     }
-    return out.append("\n");
+    void leave(const NqDomNode&) { --m_depth; }
+
+private:
+    // Makes `*layout` (a text, or null for none) hold `text` before
+    // `reference`, and clears it for the next run.
+    static void setLayout(NqDomNode& element, NqDomNode* layout, const NqbString& text,
+                          const NqDomNode& reference) {
+        if (layout->null()) {
+            element.addText(text, reference);
+        } else if (layout->getValue(false).compare(text, true) != 0) {
+            layout->setText(text);
+        }
+        *layout = NqDomNode();
+    }
+
+    std::size_t m_depth = 0;
+};
+
+// The document indented, each node outside the root on a line of its own,
+// as the library writes each piece; false with the library's message.
+bool indent(NqDom& doc, std::string* out, NqbString* error) {
+    NqDomNode document = doc.getDocumentNode();
+    Indenter indenter;
+    walkNodes(document, indenter);
+    std::vector<NqDomNode> children;
+    for (NqDomNode child = document.getFirstChildNode(); !child.null(); child = child.getNextSiblingNode())
+        children.push_back(child);
+    // Emptied, the document is written as the declaration alone.
+    for (NqDomNode child : children) child.remove();
+    NqbString piece = doc.createXML(false);
+    for (std::size_t i = 0; !piece.isNull(); ++i) {
+        out->append(piece.asCstr(), static_cast<std::size_t>(piece.length())).append("\n");
+        if (i == children.size()) return true;
+        piece = doc.createXML(false, children[i]);
+    }
+    *error = doc.getErrorMessage();
+    return false;
 }
 
 }  // namespace
@@ -59,29 +102,31 @@ int runFormat(const Words& argv) {
     int status = parseArgs(kInfo, argv, &args);
     if (status >= 0) return status;
 
-    NqbString text;
-    std::string problem;
-    if (!loadAndSerialize(args.positional[0], &text, &problem)) return failure(kInfo, problem);
     const std::string* output = args.value("-o");
     bool toFile = output && *output != "-";
-    bool pretty = args.has("--pretty");
-    if (!pretty && !toFile) {
-        writeOut(text);
-        // The compact form has no final line end; a terminal wants one.
-        if (text.length() == 0 || text.asCstr()[text.length() - 1] != '\n') writeOut(std::string("\n"));
-        return finishOutput(kInfo);
-    }
-    if (pretty) {
-        std::string indented =
-            indent(std::string_view(text.asCstr(), static_cast<std::size_t>(text.length())));
-        text.setNull();
+    std::string problem;
+    NqbString text, error;
+    if (args.has("--pretty")) {
+        std::string indented;
+        {
+            NqDom doc;
+            if (!loadDocument(doc, args.positional[0], &problem)) return failure(kInfo, problem);
+            if (!indent(doc, &indented, &error)) return failure(kInfo, error);
+        }
         if (!toFile) {
             writeOut(indented);
             return finishOutput(kInfo);
         }
         text.assign(indented.data(), static_cast<int>(indented.size()));
+    } else {
+        if (!loadAndSerialize(args.positional[0], &text, &problem)) return failure(kInfo, problem);
+        if (!toFile) {
+            writeOut(text);
+            // The compact form has no final line end; a terminal wants one.
+            if (text.length() == 0 || text.asCstr()[text.length() - 1] != '\n') writeOut(std::string("\n"));
+            return finishOutput(kInfo);
+        }
     }
-    NqbString error;
     if (!nqDomWriteStringToFile(toNqb(*output), text, &error)) return failure(kInfo, error);
     return kExitOk;
 }

@@ -8,7 +8,7 @@
 #include <cstring>
 #include <vector>
 
-#include "markup.h"
+#include "node_walk.h"
 
 namespace nqtool {
 namespace {
@@ -96,23 +96,42 @@ bool loadAndSerialize(const std::string& source, NqbString* compact, std::string
     return false;
 }
 
-// CDATA sections and processing instructions: the skeleton is built from
-// elements, attributes and text alone.
-std::vector<std::string> notInSkeleton(NqDom& doc) {
-    std::vector<std::string> dropped;
-    NqbString compact = doc.createXML(false);
-    MarkupReader reader(std::string_view(compact.asCstr(), static_cast<std::size_t>(compact.length())));
-    for (Piece piece; reader.next(&piece);) {
-        if (piece.kind != Markup::CData && piece.kind != Markup::Pi) continue;
-        std::string what =
-            (piece.kind == Markup::CData ? "the CDATA section " : "the processing instruction ") +
-            collapseSpace(std::string(piece.raw.substr(0, 60)).c_str());
-        if (piece.raw.size() > 60) what += "...";
-        if (piece.raw.find("${") != std::string_view::npos) what += " with the variables in it";
+namespace {
+
+// CDATA sections and processing instructions, as the library writes them:
+// the skeleton is built from elements, attributes and text alone.
+class SkeletonGaps {
+public:
+    explicit SkeletonGaps(NqDom& doc) : m_doc(doc) {}
+
+    bool enter(const NqDomNode& node) {
+        NqDomNodeKind kind = node.getKind();
+        if (kind == NqDomNodeElement) return true;
+        if (kind != NqDomNodeCData && kind != NqDomNodeProcessingInstruction) return false;
+        NqbString written = m_doc.createXML(false, node);
+        std::string raw(written.asCstr(), static_cast<std::size_t>(written.length()));
+        std::string what = (kind == NqDomNodeCData ? "the CDATA section " : "the processing instruction ") +
+                           collapseSpace(raw.substr(0, 60).c_str());
+        if (raw.size() > 60) what += "...";
+        if (raw.find("${") != std::string::npos) what += " with the variables in it";
         dropped.push_back(what);
+        return false;
     }
-    return dropped;
+    void leave(const NqDomNode&) {}
+
+    std::vector<std::string> dropped;
+
+private:
+    NqDom& m_doc;
+};
+
+std::vector<std::string> notInSkeleton(NqDom& doc) {
+    SkeletonGaps gaps(doc);
+    walkNodes(doc.getDocumentNode(), gaps);
+    return gaps.dropped;
 }
+
+}  // namespace
 
 TemplatePtr compileTemplateFile(const std::string& file, std::string* problem,
                                 std::vector<std::string>* dropped) {
