@@ -44,6 +44,13 @@ fuzz:
 	cmake --build build-fuzz -j $(JOBS)
 	sh scripts/fuzz.sh build-fuzz $(FUZZ_SECONDS)
 
+# The API reference from the public headers and docs/, in build/docs/html;
+# any Doxygen warning fails it.
+docs:
+	@sh scripts/install-deps.sh doxygen
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS)
+	cmake --build $(BUILD_DIR) --target docs
+
 # The Debian packages, built from a copy of the tree so that the clone stays
 # clean; the .deb files and lintian's report end up in build/deb/.
 # DEB_BUILD_OPTIONS=nocheck leaves the tests out.
