@@ -62,7 +62,7 @@ deb:
 	cd build/deb/src && env -u MAKEFLAGS -u MAKELEVEL \
 		DEB_BUILD_OPTIONS="noautodbgsym parallel=$(JOBS) $(DEB_BUILD_OPTIONS)" dpkg-buildpackage -us -uc -b
 	rm -rf build/deb/src
-	lintian --info build/deb/*.changes | tee build/deb/lintian.txt
+	lintian --display-info build/deb/*.changes | tee build/deb/lintian.txt
 	@! grep -q '^E: ' build/deb/lintian.txt
 
 clean:
