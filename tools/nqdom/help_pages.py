@@ -92,7 +92,8 @@ def man_page(tool, version):
                 continue
             first_shown[key] = name
             page += man_block(block)
-    page += [".SH SEE ALSO", "The DOM Library reference (package libnqdom\\-dev)."]
+    page += [".SH SEE ALSO", "The DOM Library's API reference and guide, built by \\fBmake docs\\fR",
+             "from its sources."]
     return "\n".join(page) + "\n"
 
 
