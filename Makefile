@@ -1,4 +1,4 @@
-# make demo | make test | make bench | make fuzz
+# make demo | make test | make bench | make fuzz | make deb | make docs
 # Each target installs what is missing, configures, builds and runs.
 BUILD_DIR ?= build
 BUILD_TYPE ?= Release
@@ -6,7 +6,7 @@ CMAKE_ARGS ?=
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 
-.PHONY: all deps build demo test bench fuzz clean
+.PHONY: all deps build demo test bench fuzz deb docs clean
 
 all: build
 
@@ -43,6 +43,27 @@ fuzz:
 		-DNQDOM_BUILD_TOOLS=OFF -DNQDOM_FUZZ=ON -DNQDOM_WERROR=ON
 	cmake --build build-fuzz -j $(JOBS)
 	sh scripts/fuzz.sh build-fuzz $(FUZZ_SECONDS)
+
+# The API reference from the public headers and docs/, in build/docs/html;
+# any Doxygen warning fails it.
+docs:
+	@sh scripts/install-deps.sh doxygen
+	cmake -S . -B $(BUILD_DIR) -DCMAKE_BUILD_TYPE=$(BUILD_TYPE) $(CMAKE_ARGS)
+	cmake --build $(BUILD_DIR) --target docs
+
+# The Debian packages, built from a copy of the tree so that the clone stays
+# clean; the .deb files and lintian's report end up in build/deb/.
+# DEB_BUILD_OPTIONS=nocheck leaves the tests out.
+deb:
+	@sh scripts/install-deps.sh debhelper dpkg-dev lintian groff-base
+	rm -rf build/deb
+	mkdir -p build/deb/src
+	tar -cf - --exclude=./build --exclude='./build-*' --exclude=./.git . | tar -xf - -C build/deb/src
+	cd build/deb/src && env -u MAKEFLAGS -u MAKELEVEL \
+		DEB_BUILD_OPTIONS="noautodbgsym parallel=$(JOBS) $(DEB_BUILD_OPTIONS)" dpkg-buildpackage -us -uc -b
+	rm -rf build/deb/src
+	lintian --display-info build/deb/*.changes | tee build/deb/lintian.txt
+	@! grep -q '^E: ' build/deb/lintian.txt
 
 clean:
 	rm -rf build build-*

@@ -22,5 +22,14 @@ install(FILES
   ${CMAKE_CURRENT_BINARY_DIR}/NqDomConfigVersion.cmake
   DESTINATION ${NQDOM_CMAKE_DIR})
 
+# The pkg-config file finds the prefix from where it is installed, so that a
+# prefix given to `cmake --install --prefix` works; a system install names it.
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(NQDOM_PC_PREFIX /usr)
+else()
+  file(RELATIVE_PATH _nqdom_up /p/${CMAKE_INSTALL_LIBDIR}/pkgconfig /p)
+  string(REGEX REPLACE "/$" "" _nqdom_up "${_nqdom_up}")
+  set(NQDOM_PC_PREFIX "\${pcfiledir}/${_nqdom_up}")
+endif()
 configure_file(cmake/nqdom.pc.in ${CMAKE_CURRENT_BINARY_DIR}/nqdom.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/nqdom.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

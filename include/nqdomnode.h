@@ -1,4 +1,5 @@
-// Handle on one node of a document held by an NqDom.
+/// \file
+/// Handle on one node of a document held by an NqDom.
 #ifndef NQDOMNODE_H
 #define NQDOMNODE_H
 
@@ -21,59 +22,62 @@ enum NqDomNodeKind {
     NqDomNodeOther = 9             ///< any other engine node given to the public constructor
 };
 
-// A cheap value: three words, owning nothing. It stays usable while an NqDom
-// shares its document and the document is not replaced. A null handle makes
-// no DOM call; a comment handle acts as null except for null, isComment,
-// getValue, getNextSibling and remove. The members from getKind on reach
-// every kind of node; on a node that is not an element, the members before
-// them act as on a comment handle (getValue gives the node's data).
+/// A cheap value: three words, owning nothing. It stays usable while an NqDom
+/// shares its document and the document is not replaced. A null handle makes
+/// no DOM call; a comment handle acts as null except for null, isComment,
+/// getValue, getNextSibling and remove. The members from getKind on reach
+/// every kind of node; on a node that is not an element, the members before
+/// them act as on a comment handle (getValue gives the node's data).
 class NQDOM_API NqDomNode {
 public:
-    // A null handle.
+    /// A null handle.
     NqDomNode();
-    // A handle on `node` (a DOM node) converting text with `transcoder` (an
-    // NqXMLTranscoder).
+    /// A handle on `node` (a DOM node) converting text with `transcoder` (an
+    /// NqXMLTranscoder).
     NqDomNode(void* node, void* transcoder);
 
+    /// True for a null handle: no node, or none found.
     bool null() const { return m_node == nullptr; }
+    /// True when the handle is on a comment.
     bool isComment() const { return m_isComment; }
 
-    // First child element (or comment when `includeComments`); null handle
-    // when there is none, or on a null or comment handle.
+    /// First child element (or comment when `includeComments`); null handle
+    /// when there is none, or on a null or comment handle.
     NqDomNode getFirstChild(bool includeComments) const;
-    // Next sibling element (or comment); null handle when there is none.
+    /// Next sibling element (or comment); null handle when there is none.
     NqDomNode getNextSibling(bool includeComments) const;
-    // Qualified name as written; null string on a null or comment handle.
+    /// Qualified name as written; null string on a null or comment handle.
     NqbString getName() const;
-    // The first direct text child, or all of them joined by single spaces;
-    // the comment's text on a comment handle; null string when none.
+    /// The first direct text child, or all of them joined by single spaces;
+    /// the comment's text on a comment handle; null string when none.
     NqbString getValue(bool allTexts) const;
-    // Replaces the direct text children by one text node after the other
-    // children. No effect on a null or comment handle.
+    /// Replaces the direct text children by one text node after the other
+    /// children. No effect on a null or comment handle.
     void setValue(const NqbString& text);
-    // Appends a new child element; null handle on a null or comment handle.
-    // A name that is not an XML name raises the DOM exception.
+    /// Appends a new child element; null handle on a null or comment handle.
+    /// A name that is not an XML name raises the DOM exception.
     NqDomNode addChild(const NqbString& name);
-    // The same with a namespace URI for the new element.
+    /// The same with a namespace URI for the new element.
     NqDomNode addChildNS(const NqbString& namespaceURI, const NqbString& qualifiedName);
-    // Moves `child` (of the same document) to the end of this node's
-    // children; returns it, or a null handle when the DOM refuses the move.
+    /// Moves `child` (of the same document) to the end of this node's
+    /// children; returns it, or a null handle when the DOM refuses the move.
     NqDomNode addChild(const NqDomNode& child);
-    // Detaches the node from its parent and makes this handle null; the node
-    // stays with its document.
+    /// Detaches the node from its parent and makes this handle null; the node
+    /// stays with its document.
     void remove();
 
-    // Attributes; a null or comment handle has none, and its setters fail.
+    /// Attributes; a null or comment handle has none, and its setters fail.
     int getAttributeCount() const;
-    // Fills the outputs that are not null; null strings for an index out of range.
+    /// Fills the outputs that are not null; null strings for an index out of range.
     void getAttributeNameValue(int index, NqbString* name, NqbString* value) const;
-    // The value of the attribute named `name` as written; null string when absent.
+    /// The value of the attribute named `name` as written; null string when absent.
     NqbString getAttributeValue(const NqbString& name) const;
-    // Creates or replaces an attribute; false when the DOM refuses it.
+    /// Creates or replaces an attribute; false when the DOM refuses it.
     bool setAttributeValue(const NqbString& name, const NqbString& value);
+    /// The same in `namespaceURI`; `qualifiedName` may carry a prefix.
     bool setAttributeValueNS(const NqbString& namespaceURI, const NqbString& qualifiedName,
                              const NqbString& value);
-    // Removes every attribute (a declared default the DOM puts back may stay).
+    /// Removes every attribute (a declared default the DOM puts back may stay).
     void clearAttributes();
 
     /// The kind of node; NqDomNodeNull on a null handle.
@@ -176,11 +180,11 @@ public:
     ///@}
 
 private:
-    // The document handle serializes and imports the designated DOM node.
+    /// The document handle serializes and imports the designated DOM node.
     friend class NqDom;
 
-    // Handle on the first element (or comment) from `candidate` on, a DOM
-    // node or null, along its siblings.
+    /// Handle on the first element (or comment) from `candidate` on, a DOM
+    /// node or null, along its siblings.
     NqDomNode walkableFrom(void* candidate, bool includeComments) const;
 
     // Whether the members that read and edit elements and their attributes

@@ -24,8 +24,12 @@ const Entry kCommands[] = {
     {"template", nqtool::runTemplate, true}, {"fill", nqtool::runFill, true},
 };
 
+// Also the source of the manual page and the shell completion (help_pages.py).
 const char kUsage[] =
     "usage: nqdom COMMAND [ARGUMENTS]\n"
+    "\n"
+    "Reads, writes and inspects XML documents, templates and configuration entries\n"
+    "files with the DOM Library.\n"
     "\n"
     "Commands:\n"
     "  version                              the library's build identity\n"
@@ -35,6 +39,16 @@ const char kUsage[] =
     "  template [--json] FILE               variables, namespaces and skeleton of a template\n"
     "  fill TEMPLATE [NAME=VALUE...] [--values FILE]\n"
     "                                       render a template with values\n"
+    "\n"
+    "Files are read as bytes: UTF-16 with a byte-order mark works, and a 0 byte is\n"
+    "an error at its place. A missing file, an unreadable one and a folder give\n"
+    "different messages; an option given twice is a usage error.\n"
+    "\n"
+    "Exit status:\n"
+    "  0   success\n"
+    "  1   failure, with one line on standard error naming the command and the\n"
+    "      library's message\n"
+    "  2   usage error, with the problem and the command's synopsis\n"
     "\n"
     "Run \"nqdom COMMAND --help\" for the details of a command.\n";
 
