@@ -83,24 +83,21 @@ public:
     /// The kind of node; NqDomNodeNull on a null handle.
     NqDomNodeKind getKind() const;
 
-    /// @name Walking every kind of node
-    /// Each gives a null handle on a null handle and where there is no such node.
-    ///@{
+    // Walking every kind of node.
     /// The parent: an element, an entity reference, or the document for the
-    /// root and the nodes of the prolog and epilogue.
+    /// root and the nodes of the prolog and epilogue; a null handle for the
+    /// document, an unattached node and on a null handle.
     NqDomNode getParentNode() const;
-    /// The first child of any kind.
+    /// The first child of any kind; a null handle when there is none and on a null handle.
     NqDomNode getFirstChildNode() const;
-    /// The last child of any kind.
+    /// The last child of any kind; a null handle when there is none and on a null handle.
     NqDomNode getLastChildNode() const;
-    /// The next sibling of any kind.
+    /// The next sibling of any kind; a null handle when there is none and on a null handle.
     NqDomNode getNextSiblingNode() const;
-    /// The previous sibling of any kind.
+    /// The previous sibling of any kind; a null handle when there is none and on a null handle.
     NqDomNode getPreviousSiblingNode() const;
-    ///@}
 
-    /// @name Reading
-    ///@{
+    // Reading
     /// The name of an element (qualified, as written), the target of a
     /// processing instruction, the name of the document type or of the
     /// referenced entity; a null string for other kinds and on a null handle.
@@ -120,13 +117,10 @@ public:
     /// The internal subset of a document type, without its brackets; a null
     /// string when there is none, for other kinds and on a null handle.
     NqbString getInternalSubset() const;
-    ///@}
 
-    /// @name Namespaces
-    /// Resolved from the xmlns declarations in scope, as written in a loaded
-    /// document, and from the namespaces given to startNewDocumentNS,
-    /// addChildNS and setAttributeValueNS.
-    ///@{
+    // Namespaces, resolved from the xmlns declarations in scope as a loaded
+    // document writes them, and from the namespaces given to
+    // startNewDocumentNS, addChildNS and setAttributeValueNS.
     /// The prefix of an element's name; a null string when it has none, for
     /// other kinds and on a null handle.
     NqbString getPrefix() const;
@@ -148,13 +142,10 @@ public:
     /// prefix: the default namespace); a null string when it is bound to
     /// none and on a null handle. "xml" is always bound.
     NqbString lookupNamespaceURI(const NqbString& prefix) const;
-    ///@}
 
-    /// @name Editing
-    /// A new node is made by the node's document; on a null handle, a parent
-    /// that cannot hold the node, or when the engine refuses the edit, the
-    /// result is a null handle (or false) and nothing changes.
-    ///@{
+    // Editing. On a null handle, a parent that cannot hold the node, or when
+    // the engine refuses the edit, the result is a null handle (or false)
+    // and nothing changes.
     /// Moves `child` (a node of the same document, any kind) before
     /// `reference`, a child of this node; a null `reference` appends.
     /// Returns `child`.
@@ -177,7 +168,6 @@ public:
     /// has none, on a node that is not an element and on a null handle. A
     /// default the document type declares comes back.
     bool removeAttribute(const NqbString& name);
-    ///@}
 
 private:
     /// The document handle serializes and imports the designated DOM node.
