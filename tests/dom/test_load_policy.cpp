@@ -159,6 +159,44 @@ TEST(LoadPolicy, SelfContainedDocumentsLoadAsUnderLenient) {
     }
 }
 
+TEST(LoadPolicy, UntrustedAcceptsADeclarationThatOnlyNamesTheRoot) {
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadUntrusted);
+    ASSERT_TRUE(dom.loadXML("<!DOCTYPE html>\n<html><body/></html>")) << str(dom.getErrorMessage());
+    EXPECT_EQ(str(dom.getRoot().getName()), "html");
+    EXPECT_FALSE(dom.loadXML("<!DOCTYPE html SYSTEM 'about:legacy-compat'><html/>"));
+    EXPECT_NE(str(dom.getErrorMessage()).find(kDoctype), std::string::npos) << str(dom.getErrorMessage());
+}
+
+// Bytes that are not in the encoding the text declares or implies: the
+// message is about the encoding, whatever the bounded policy.
+TEST(LoadPolicy, TextsNotInTheirEncodingGetAMessageAboutIt) {
+    TempDir dir;
+    const struct {
+        const char* file;  // null: the text is loaded as a string
+        std::string bytes;
+        const char* message;
+    } cases[] = {
+        {nullptr, std::string("\xff\xfe<\0a\0/\0>\0", 10),
+         "starts with a UTF-16 byte order mark but holds no 0"},
+        {"le.xml", std::string("<\0a\0/\0>\0", 8),
+         "starts with a 0 byte, as UTF-16 without a byte order mark"},
+        {"latin.xml", "<a>caf\xe9</a>", "the bytes are not UTF-8, the encoding declared or implied"},
+        {nullptr, "<?xml version='1.0' encoding='UTF-8'?><a>\xe9t\xe9</a>", "the bytes are not UTF-8"},
+    };
+    for (const auto& row : cases) {
+        if (row.file) writeBytes(dir.file(row.file), row.bytes);
+        for (NqDomLoadPolicy policy : {NqDomLoadStrict, NqDomLoadSelfContained, NqDomLoadUntrusted}) {
+            NqDom dom;
+            dom.setLoadPolicy(policy);
+            EXPECT_FALSE(row.file ? dom.loadFile(dir.file(row.file).c_str())
+                                  : dom.loadXML(row.bytes.c_str()));
+            EXPECT_NE(str(dom.getErrorMessage()).find(row.message), std::string::npos)
+                << policy << ": " << str(dom.getErrorMessage());
+        }
+    }
+}
+
 TEST(LoadPolicy, NewHandlesAndSerializersTakeTheDefaultWhenMade) {
     EXPECT_EQ(nqDomGetDefaultLoadPolicy(), NqDomLoadLenient);
     TempDir dir;
