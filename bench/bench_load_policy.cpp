@@ -94,11 +94,11 @@ const struct {
     bench::InputKind kind;
     int policies;
     int rounds;
-} kLoads[] = {{{20, bench::Shape::Flat, bench::Script::Ascii}, 4, 6},
-              {{20, bench::Shape::Flat, bench::Script::NonAscii}, 4, 6},
-              {{20, bench::Shape::Deep, bench::Script::Ascii}, 3, 6},
-              {{100, bench::Shape::Flat, bench::Script::Ascii}, 4, 4},
-              {{100, bench::Shape::Flat, bench::Script::NonAscii}, 4, 4}};
+} kLoads[] = {{{20, bench::Shape::Flat, bench::Script::Ascii}, 4, 10},
+              {{20, bench::Shape::Flat, bench::Script::NonAscii}, 4, 10},
+              {{20, bench::Shape::Deep, bench::Script::Ascii}, 3, 10},
+              {{100, bench::Shape::Flat, bench::Script::Ascii}, 4, 5},
+              {{100, bench::Shape::Flat, bench::Script::NonAscii}, 4, 5}};
 
 std::string repeat(const std::string& text, int count) {
     std::string out;
