@@ -21,12 +21,17 @@ enum NqDomLoadPolicy {
     /// Any error fails the load with its line and column; entity expansion and
     /// the memory a load takes are bounded; loadFile reads the file's bytes
     /// whole and resolves relative references against the file's folder.
+    /// External DTDs and entities are looked up in the XML catalogs first
+    /// (see nqDomSetCatalogFiles); a network resource that no catalog maps to
+    /// a local file fails the load, naming its identifiers, before any
+    /// connection is made.
     NqDomLoadStrict = 1,
     /// Strict, and nothing outside the text is read: a document that needs an
     /// external DTD or entity fails with a message naming it.
     NqDomLoadSelfContained = 2,
-    /// SelfContained, no document type declaration, and elements nested at
-    /// most nqDomUntrustedDepthLimit levels deep.
+    /// SelfContained; a document type declaration only when it names the
+    /// root and nothing else (<!DOCTYPE html>); elements nested at most
+    /// nqDomUntrustedDepthLimit levels deep.
     NqDomLoadUntrusted = 3
 };
 
@@ -92,6 +97,16 @@ public:
     /// The policy later loads of this handle use.
     NqDomLoadPolicy getLoadPolicy() const;
 
+    /// Whether later bounded loads (every policy but Lenient) do without the
+    /// external DTD, for this handle and the copies that share its document.
+    /// The DTD is not read, so defaults for attributes that it declares are
+    /// absent; a reference to an entity that the text itself does not declare
+    /// fails the load, naming the entity. Lenient loads ignore the setting. A
+    /// new handle takes the process default (nqDomSetDefaultSkipExternalDtd).
+    void setSkipExternalDtd(bool skip);
+    /// The setting of setSkipExternalDtd.
+    bool getSkipExternalDtd() const;
+
 private:
     NqDomData* m_data;
 };
@@ -124,5 +139,21 @@ NQDOM_API extern const char* nqx_build_version;
 NQDOM_API NqbString nqDomReadFileToString(const NqbString& fileName, NqbString* error);
 /// Creates or replaces the file with `text`; false with a message in *error.
 NQDOM_API bool nqDomWriteStringToFile(const NqbString& fileName, const NqbString& text, NqbString* error);
+
+/// The setSkipExternalDtd setting of handles made from now on (a
+/// serializer makes its handle when it reads); false until set.
+NQDOM_API void nqDomSetDefaultSkipExternalDtd(bool skip);
+/// The current default of setSkipExternalDtd.
+NQDOM_API bool nqDomGetDefaultSkipExternalDtd();
+
+/// XML catalog files (paths or file: URIs, separated by spaces) that Strict
+/// loads consult before those of the environment variable XML_CATALOG_FILES,
+/// or /etc/xml/catalog when it is not set. A null or empty text names none.
+/// A file that cannot be read or is no catalog is skipped; a load that then
+/// finds no local copy names it in its message. Applies to loads that start
+/// after the call, in every thread.
+NQDOM_API void nqDomSetCatalogFiles(const NqbString& files);
+/// The files named by nqDomSetCatalogFiles, as given; empty when none.
+NQDOM_API NqbString nqDomGetCatalogFiles();
 
 #endif

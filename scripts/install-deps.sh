@@ -3,7 +3,7 @@
 # Usage: install-deps.sh [extra packages...]
 set -eu
 
-packages="cmake make g++ pkg-config libxerces-c-dev libgtest-dev libbenchmark-dev libjemalloc-dev python3 libxml2-utils $*"
+packages="cmake make g++ pkg-config libxerces-c-dev libxml2-dev libgtest-dev libbenchmark-dev libjemalloc-dev python3 libxml2-utils $*"
 
 missing=""
 for p in $packages; do

@@ -45,7 +45,8 @@ NqDomData::NqDomData()
       m_initialised(false),
       m_refCount(1),
       m_logger(nullptr),
-      m_loadPolicy(nqDomGetDefaultLoadPolicy()) {
+      m_loadPolicy(nqDomGetDefaultLoadPolicy()),
+      m_skipExternalDtd(nqDomGetDefaultSkipExternalDtd()) {
     // Without an engine transcoder there is no feature name to ask for.
     const XMLCh* feature = m_transcoder.fromC("Core");
     if (feature) m_implementation = DOMImplementationRegistry::getDOMImplementation(feature);

@@ -28,6 +28,8 @@ public:
     std::uint32_t m_refCount;
     NqLogger_* m_logger;
     NqDomLoadPolicy m_loadPolicy;
+    // Bounded loads do without the external DTD.
+    bool m_skipExternalDtd;
     // Engine memory of the parser and its document under a bounded policy;
     // released after both.
     std::unique_ptr<NqMemoryBudget> m_budget;

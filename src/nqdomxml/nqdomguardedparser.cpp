@@ -5,9 +5,13 @@
 #include <xercesc/dom/DOMError.hpp>
 #include <xercesc/dom/DOMLocator.hpp>
 #include <xercesc/framework/LocalFileInputSource.hpp>
+#include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLErrorCodes.hpp>
+#include <xercesc/framework/XMLValidityCodes.hpp>
+#include <xercesc/internal/ReaderMgr.hpp>
 #include <xercesc/internal/XMLScanner.hpp>
 #include <xercesc/sax/InputSource.hpp>
+#include <xercesc/util/XMLExceptMsgs.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
 #include <xercesc/util/XMLString.hpp>
 #include <xercesc/util/XMLURL.hpp>
@@ -28,6 +32,13 @@ public:
     xercesc::BinInputStream* makeStream() const override { return nullptr; }
 };
 
+// The external DTD of a load that does without it.
+class EmptySource : public xercesc::MemBufInputSource {
+public:
+    EmptySource(const XMLCh* systemId, xercesc::MemoryManager* manager)
+        : MemBufInputSource(reinterpret_cast<const XMLByte*>(""), 0, systemId, false, manager) {}
+};
+
 const XMLCh kFileScheme[] = {'f', 'i', 'l', 'e', ':', 0};
 const XMLCh kSchemeEnd[] = {':', '/', '/', 0};
 
@@ -37,11 +48,19 @@ bool isSpecialFile(const NqbString& path) {
     return ::stat(path.asCstr(), &info) == 0 && !S_ISREG(info.st_mode);
 }
 
+// A byte sequence that the encoding being read cannot have.
+bool isBadByte(const XMLCh* domain, unsigned int code) {
+    using xercesc::XMLExcepts;
+    if (!XMLString::equals(domain, XMLUni::fgExceptDomain)) return false;
+    return (code >= XMLExcepts::Trans_BadSrcSeq && code <= XMLExcepts::Trans_BadTrailingSurrogate) ||
+           (code >= XMLExcepts::UTF8_FormatError && code <= XMLExcepts::UTF8_Exceeds_BytesLimit);
+}
+
 }  // namespace
 
 NqGuardedParser::NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder,
-                                 xercesc::MemoryManager* manager, XMLSize_t expansions)
-    : NqDomLSParser(manager), m_policy(policy), m_transcoder(transcoder) {
+                                 xercesc::MemoryManager* manager, XMLSize_t expansions, bool skipDtd)
+    : NqDomLSParser(manager), m_policy(policy), m_transcoder(transcoder), m_skipDtd(skipDtd) {
     m_security.setEntityExpansionLimit(expansions);
     xercesc::DOMConfiguration* config = getDomConfig();
     config->setParameter(XMLUni::fgDOMNamespaces, false);
@@ -49,7 +68,9 @@ NqGuardedParser::NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transc
     config->setParameter(XMLUni::fgXercesSecurityManager, &m_security);
     if (policy >= NqDomLoadSelfContained)
         config->setParameter(XMLUni::fgXercesDisableDefaultEntityResolution, true);
-    if (policy == NqDomLoadUntrusted) config->setParameter(XMLUni::fgDOMDisallowDoctype, true);
+    // The engine reports an entity that no declaration defines only while
+    // it validates, and it validates only where a DTD is named.
+    if (skipDtd) config->setParameter(XMLUni::fgDOMValidateIfSchema, true);
     // The engine asks about external resources only with a handler in place.
     getScanner()->setEntityHandler(this);
 }
@@ -81,29 +102,88 @@ InputSource* NqGuardedParser::refuseResource(const XMLCh* systemId, const char* 
 
 InputSource* NqGuardedParser::resolveEntity(xercesc::XMLResourceIdentifier* resource) {
     const XMLCh* systemId = resource->getSystemId();
+    if (m_skipDtd && !m_dtd.empty() && systemId && m_dtd == systemId) {
+        m_dtd.clear();
+        return new EmptySource(systemId, getMemoryManager());
+    }
     if (m_policy >= NqDomLoadSelfContained)
         return refuseResource(systemId, "is outside the text, and this load policy reads nothing outside it");
-    // Network resources are the engine's to fetch.
+    if (InputSource* mapped = fromCatalog(resource)) return mapped;
+    if (!XMLString::startsWithI(systemId, kFileScheme) && XMLString::patternMatch(systemId, kSchemeEnd) >= 0)
+        return refuseNetwork(resource);
+    return resolveLocally(resource);
+}
+
+InputSource* NqGuardedParser::fromCatalog(xercesc::XMLResourceIdentifier* resource) {
+    const std::string publicId = m_transcoder.toNqb(resource->getPublicId()).asCstr();
+    const std::string path =
+        m_catalog.resolve(publicId, m_transcoder.toNqb(resource->getSystemId()).asCstr());
+    if (path.empty()) return nullptr;
+    const NqbString file(path.c_str());
+    if (isSpecialFile(file)) return refuseResource(resource->getSystemId(), "is not a regular file");
+    return new xercesc::LocalFileInputSource(m_transcoder.fromNqb(file), getMemoryManager());
+}
+
+InputSource* NqGuardedParser::refuseNetwork(xercesc::XMLResourceIdentifier* resource) {
+    const NqbString publicId = m_transcoder.toNqb(resource->getPublicId());
+    const NqbString systemId = m_transcoder.toNqb(resource->getSystemId());
+    const std::string named =
+        publicId.length() == 0
+            ? "\"" + std::string(systemId.asCstr()) + "\" (no public identifier)"
+            : "\"" + std::string(systemId.asCstr()) + "\" (public identifier \"" + publicId.asCstr() + "\")";
+    const std::string& problems = m_catalog.problems();
+    m_pending = nqbStringFormat(
+        "%s is on the network, which this load policy does not reach: install the package that provides "
+        "it, or map it to a local file in an XML catalog (XML_CATALOG_FILES, else /etc/xml/catalog)%s%s",
+        named.c_str(), problems.empty() ? "" : "; ", problems.c_str());
+    return new RefusedSource(resource->getSystemId(), getMemoryManager());
+}
+
+InputSource* NqGuardedParser::resolveLocally(xercesc::XMLResourceIdentifier* resource) {
+    const XMLCh* systemId = resource->getSystemId();
     NqbString path;
     if (XMLString::startsWithI(systemId, kFileScheme)) {
         xercesc::XMLURL url(systemId, getMemoryManager());
         path = m_transcoder.toNqb(url.getPath());
-    } else if (XMLString::patternMatch(systemId, kSchemeEnd) < 0) {
+    } else {
         const xercesc::LocalFileInputSource local(resource->getBaseURI(), systemId, getMemoryManager());
         path = m_transcoder.toNqb(local.getSystemId());
     }
-    if (!path.isNull() && isSpecialFile(path)) return refuseResource(systemId, "is not a regular file");
+    if (isSpecialFile(path)) return refuseResource(systemId, "is not a regular file");
     return DOMLSParserImpl::resolveEntity(resource);
 }
 
-// The engine refuses the declaration itself, cleaning up what it began;
-// only its reason is ours.
+// Untrusted accepts a declaration that only names the root, as HTML's does;
+// the engine has read nothing of the subsets yet.
+void NqGuardedParser::doctypeDecl(const xercesc::DTDElementDecl& element, const XMLCh* publicId,
+                                  const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) {
+    const bool bare = (!publicId || !*publicId) && (!systemId || !*systemId) && !hasIntSubset;
+    if (m_policy == NqDomLoadUntrusted && !bare)
+        refuse(
+            NqbString("a document type declaration with an identifier or internal subset, which this "
+                      "load policy does not accept"));
+    if (systemId && *systemId) m_dtd = systemId;
+    DOMLSParserImpl::doctypeDecl(element, publicId, systemId, hasIntSubset, hasExtSubset);
+}
+
+// Without the DTD, the parser validates only to see undeclared entities: the
+// other findings of the validator are about the DTD that was not read.
 void NqGuardedParser::error(unsigned int code, const XMLCh* domain, xercesc::XMLErrorReporter::ErrTypes type,
                             const XMLCh* text, const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
                             XMLFileLoc column) {
-    if (m_policy == NqDomLoadUntrusted && m_pending.isNull() &&
-        code == xercesc::XMLErrs::InvalidDocumentStructure)
-        m_pending.assign("a document type declaration, which this load policy does not accept");
+    // The engine's transcoders fail with an exception about a byte; the
+    // encoding it was reading in explains it.
+    if (isBadByte(domain, code) && m_pending.isNull()) {
+        const XMLCh* encoding = getScanner()->getReaderMgr()->getCurrentEncodingStr();
+        m_pending = nqbStringFormat("the bytes are not %s, the encoding declared or implied: %s",
+                                    m_transcoder.toNqb(encoding).asCstr(), m_transcoder.toNqb(text).asCstr());
+    }
+    if (m_skipDtd && XMLString::equals(domain, XMLUni::fgValidityDomain)) {
+        if (code != xercesc::XMLValid::VC_EntityNotFound) return;
+        if (m_pending.isNull())
+            m_pending = nqbStringFormat("%s, and the DTD that may declare it was not read",
+                                        m_transcoder.toNqb(text).asCstr());
+    }
     DOMLSParserImpl::error(code, domain, type, text, systemId, publicId, line, column);
 }
 

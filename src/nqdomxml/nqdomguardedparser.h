@@ -8,14 +8,18 @@
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/util/SecurityManager.hpp>
 
+#include <string>
+
 #include "nqdom.h"
+#include "nqdomxml/nqdomcatalog.h"
 #include "nqdomxml/nqdomlsparser.h"
 
 class NqGuardedParser : public NqDomLSParser, private xercesc::DOMErrorHandler {
 public:
-    // `expansions`: how many entity references the text may expand.
+    // `expansions`: how many entity references the text may expand;
+    // `skipDtd`: the external DTD is not read.
     NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder, xercesc::MemoryManager* manager,
-                    XMLSize_t expansions);
+                    XMLSize_t expansions, bool skipDtd);
 
     // The first error, or a refusal of the policy: false while there is none.
     bool failed() const { return !m_reason.isNull(); }
@@ -31,6 +35,8 @@ protected:
     void error(unsigned int code, const XMLCh* domain, xercesc::XMLErrorReporter::ErrTypes type,
                const XMLCh* text, const XMLCh* systemId, const XMLCh* publicId, XMLFileLoc line,
                XMLFileLoc column) override;
+    void doctypeDecl(const xercesc::DTDElementDecl& element, const XMLCh* publicId, const XMLCh* systemId,
+                     bool hasIntSubset, bool hasExtSubset) override;
     void startElement(const xercesc::XMLElementDecl& element, unsigned int urlId, const XMLCh* prefix,
                       const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count, bool isEmpty,
                       bool isRoot) override;
@@ -42,10 +48,17 @@ private:
     // Stops the parse with `reason` as the text of its error.
     void refuse(const NqbString& reason);
     xercesc::InputSource* refuseResource(const XMLCh* systemId, const char* why);
+    xercesc::InputSource* resolveLocally(xercesc::XMLResourceIdentifier* resource);
+    xercesc::InputSource* fromCatalog(xercesc::XMLResourceIdentifier* resource);
+    xercesc::InputSource* refuseNetwork(xercesc::XMLResourceIdentifier* resource);
 
     NqDomLoadPolicy m_policy;
     NqXMLTranscoder& m_transcoder;
     xercesc::SecurityManager m_security;
+    NqCatalog m_catalog;
+    bool m_skipDtd;
+    // The system identifier of the external DTD, until it is asked for.
+    std::u16string m_dtd;
     int m_depth = 0;
     NqbString m_pending;
     NqbString m_reason;

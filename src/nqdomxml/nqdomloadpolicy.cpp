@@ -6,6 +6,7 @@
 namespace {
 
 std::atomic<NqDomLoadPolicy> defaultPolicy{NqDomLoadLenient};
+std::atomic<bool> defaultSkipDtd{false};
 
 bool isPolicy(NqDomLoadPolicy policy) {
     return policy >= NqDomLoadLenient && policy <= NqDomLoadUntrusted;
@@ -27,4 +28,20 @@ void NqDom::setLoadPolicy(NqDomLoadPolicy policy) {
 
 NqDomLoadPolicy NqDom::getLoadPolicy() const {
     return m_data->m_loadPolicy;
+}
+
+void nqDomSetDefaultSkipExternalDtd(bool skip) {
+    defaultSkipDtd.store(skip, std::memory_order_relaxed);
+}
+
+bool nqDomGetDefaultSkipExternalDtd() {
+    return defaultSkipDtd.load(std::memory_order_relaxed);
+}
+
+void NqDom::setSkipExternalDtd(bool skip) {
+    m_data->m_skipExternalDtd = skip;
+}
+
+bool NqDom::getSkipExternalDtd() const {
+    return m_data->m_skipExternalDtd;
 }

@@ -5,27 +5,9 @@
 #include <xercesc/util/OutOfMemoryException.hpp>
 #include <xercesc/util/PlatformUtils.hpp>
 
-// Each block starts with its header, padded so that what follows is aligned
-// for any engine object.
-struct NqMemoryBudget::Block {
-    Block* previous;
-    Block* next;
-    std::size_t size;
-};
-
 namespace {
 
-constexpr std::size_t kHeader = (sizeof(NqMemoryBudget::Block) + alignof(std::max_align_t) - 1) /
-                                alignof(std::max_align_t) * alignof(std::max_align_t);
 constexpr std::size_t kLargeBlock = 32 * 1024;
-
-NqMemoryBudget::Block* blockOf(void* p) {
-    return reinterpret_cast<NqMemoryBudget::Block*>(static_cast<char*>(p) - kHeader);
-}
-
-void* memoryOf(NqMemoryBudget::Block* block) {
-    return reinterpret_cast<char*>(block) + kHeader;
-}
 
 }  // namespace
 
@@ -33,11 +15,7 @@ void* memoryOf(NqMemoryBudget::Block* block) {
 // which skips its own clean-up: the parser and its documents are gone by now.
 NqMemoryBudget::~NqMemoryBudget() {
     dropSpares();
-    while (m_blocks) {
-        Block* next = m_blocks->next;
-        ::operator delete(m_blocks);
-        m_blocks = next;
-    }
+    for (const auto& block : m_blocks) ::operator delete(block.first);
 }
 
 xercesc::MemoryManager* NqMemoryBudget::getExceptionMemoryManager() {
@@ -53,29 +31,26 @@ void* NqMemoryBudget::allocate(XMLSize_t size) {
         m_exceeded = true;
         throw xercesc::OutOfMemoryException();
     }
-    Block* block = takeSpare(size);
-    if (!block) block = static_cast<Block*>(::operator new(size + kHeader, std::nothrow));
+    void* block = takeSpare(size);
+    if (!block) block = ::operator new(size, std::nothrow);
     if (!block) throw xercesc::OutOfMemoryException();
-    block->size = size;
-    block->previous = nullptr;
-    block->next = m_blocks;
-    if (m_blocks) m_blocks->previous = block;
-    m_blocks = block;
+    try {
+        m_blocks.emplace(block, size);
+    } catch (const std::bad_alloc&) {
+        ::operator delete(block);
+        throw xercesc::OutOfMemoryException();
+    }
     m_inUse += size;
-    return memoryOf(block);
+    return block;
 }
 
 void NqMemoryBudget::deallocate(void* p) {
-    if (!p) return;
-    Block* block = blockOf(p);
-    if (block->previous) {
-        block->previous->next = block->next;
-    } else {
-        m_blocks = block->next;
-    }
-    if (block->next) block->next->previous = block->previous;
-    m_inUse -= block->size;
-    if (block->size < kLargeBlock || lifted() || !keepSpare(block)) ::operator delete(block);
+    const auto found = m_blocks.find(p);
+    if (found == m_blocks.end()) return;
+    const std::size_t size = found->second;
+    m_blocks.erase(found);
+    m_inUse -= size;
+    if (size < kLargeBlock || lifted() || !keepSpare(p, size)) ::operator delete(p);
 }
 
 void NqMemoryBudget::lift() {
@@ -83,21 +58,21 @@ void NqMemoryBudget::lift() {
     dropSpares();
 }
 
-NqMemoryBudget::Block* NqMemoryBudget::takeSpare(std::size_t size) {
-    for (Block*& spare : m_spares) {
-        if (spare && spare->size == size) {
-            Block* block = spare;
-            spare = nullptr;
+void* NqMemoryBudget::takeSpare(std::size_t size) {
+    for (Spare& spare : m_spares) {
+        if (spare.block && spare.size == size) {
+            void* block = spare.block;
+            spare.block = nullptr;
             return block;
         }
     }
     return nullptr;
 }
 
-bool NqMemoryBudget::keepSpare(Block* block) {
-    for (Block*& spare : m_spares) {
-        if (!spare) {
-            spare = block;
+bool NqMemoryBudget::keepSpare(void* block, std::size_t size) {
+    for (Spare& spare : m_spares) {
+        if (!spare.block) {
+            spare = {block, size};
             return true;
         }
     }
@@ -105,8 +80,8 @@ bool NqMemoryBudget::keepSpare(Block* block) {
 }
 
 void NqMemoryBudget::dropSpares() {
-    for (Block*& spare : m_spares) {
-        ::operator delete(spare);
-        spare = nullptr;
+    for (Spare& spare : m_spares) {
+        ::operator delete(spare.block);
+        spare.block = nullptr;
     }
 }

@@ -4,6 +4,7 @@
 #define NQDOMMEMORYBUDGET_H
 
 #include <cstddef>
+#include <unordered_map>
 
 #include <xercesc/framework/MemoryManager.hpp>
 #include <xercesc/sax/Locator.hpp>
@@ -31,21 +32,26 @@ public:
     XMLFileLoc line() const { return m_line; }
     XMLFileLoc column() const { return m_column; }
 
-    struct Block;
-
 private:
-    Block* takeSpare(std::size_t size);
-    bool keepSpare(Block* block);
+    void* takeSpare(std::size_t size);
+    bool keepSpare(void* block, std::size_t size);
     void dropSpares();
     bool lifted() const { return m_limit == static_cast<std::size_t>(-1); }
 
     // Large blocks freed during the parse, kept for the next of the same
     // size: each entity reference makes and drops a reader of some 160 KB,
     // and handing those back to the system costs more than the parse.
+    struct Spare {
+        void* block;
+        std::size_t size;
+    };
     static constexpr int kSpares = 4;
-    Block* m_spares[kSpares] = {};
-    // Every block the engine holds, newest first.
-    Block* m_blocks = nullptr;
+    Spare m_spares[kSpares] = {};
+    // Every block the engine holds, with its size. Kept beside the blocks
+    // rather than in a header before each: the engine's document takes its
+    // memory in chunks of a power of two, and a header would move each into
+    // the heap's next size class, a quarter larger.
+    std::unordered_map<void*, std::size_t> m_blocks;
     std::size_t m_limit;
     std::size_t m_inUse = 0;
     bool m_exceeded = false;

@@ -1,5 +1,6 @@
 // NqDom: loading a document from text or from a file.
 #include <climits>
+#include <cstring>
 #include <memory>
 
 #include <xercesc/dom/DOM.hpp>
@@ -120,19 +121,40 @@ NqbString budgetRefusal(const NqMemoryBudget& budget, const NqbString& systemId,
     return refusal(systemId, fromFile, NqbString(), budget.line(), budget.column(), reason);
 }
 
+// Why UTF-16 text failed, where the engine's own message would be about
+// markup: in a string it ends at its first 0 byte, and without a byte order
+// mark the engine reads it as UTF-8. Null for other texts.
+NqbString utf16Problem(const NqbString& text) {
+    const auto* bytes = reinterpret_cast<const unsigned char*>(text.asCstr());
+    const std::size_t length = static_cast<std::size_t>(text.length());
+    if (length < 2) return NqbString();
+    const bool mark = (bytes[0] == 0xFF && bytes[1] == 0xFE) || (bytes[0] == 0xFE && bytes[1] == 0xFF);
+    if (mark && !std::memchr(bytes, 0, length))
+        return NqbString(
+            "the text starts with a UTF-16 byte order mark but holds no 0 byte: a UTF-16 string ends at its "
+            "first 0 byte, so convert the text to UTF-8, or load its file with loadFile under a bounded "
+            "policy");
+    if (!mark && (bytes[0] == 0 || bytes[1] == 0))
+        return NqbString(
+            "the text starts with a 0 byte, as UTF-16 without a byte order mark does: the encoding of such a "
+            "text is read from its byte order mark, so start it with one or convert it to UTF-8");
+    return NqbString();
+}
+
 // Runs the guarded parser; any error, refusal or engine exception fails.
 bool loadGuarded(NqDomData* data, const NqbString& text, const NqbString& systemId, bool fromFile) {
     data->m_budget.reset(new NqMemoryBudget(budgetFor(text)));
     NqMemoryBudget& budget = *data->m_budget;
     try {
-        NqGuardedParser* parser =
-            new NqGuardedParser(data->m_loadPolicy, data->m_transcoder, &budget, expansionsFor(text));
+        NqGuardedParser* parser = new NqGuardedParser(data->m_loadPolicy, data->m_transcoder, &budget,
+                                                      expansionsFor(text), data->m_skipExternalDtd);
         data->m_parser = parser;
         budget.watch(parser->locator());
         DOMElement* root = parse(data, text, systemId);
         if (parser->failed()) {
+            const NqbString utf16 = utf16Problem(text);
             data->m_errorMessage = refusal(systemId, fromFile, parser->where(), parser->line(),
-                                           parser->column(), parser->reason());
+                                           parser->column(), utf16.isNull() ? parser->reason() : utf16);
             return false;
         }
         budget.lift();

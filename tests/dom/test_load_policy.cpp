@@ -53,7 +53,9 @@ private:
     TempDir m_dir;
 };
 
-const char* const kDoctype = "a document type declaration, which this load policy does not accept";
+const char* const kDoctype =
+    "a document type declaration with an identifier or internal subset, which this load policy does not "
+    "accept";
 const char* const kOutside = "is outside the text, and this load policy reads nothing outside it";
 
 struct HostileCase {
@@ -74,9 +76,10 @@ const HostileCase kHostile[] = {
      "takes more than 20 MB of memory to load", "takes more than 20 MB", kDoctype},
     {"ExternalDtdDefaultingAnAttributeToAFile", "d.xml", "<!DOCTYPE a SYSTEM 'ext.dtd'><a/>", "",
      "line 1, column 30: \"ext.dtd\" " + std::string(kOutside), kDoctype},
-    // Strict tries the address; the others refuse it by name, before any connection.
+    // Refused by name, before any connection.
     {"ExternalDtdOnTheNetwork", "n.xml", "<!DOCTYPE a SYSTEM 'http://127.0.0.1:9/x.dtd'><a/>",
-     "127.0.0.1:9/x.dtd", "\"http://127.0.0.1:9/x.dtd\" " + std::string(kOutside), kDoctype},
+     "\"http://127.0.0.1:9/x.dtd\" (no public identifier) is on the network",
+     "\"http://127.0.0.1:9/x.dtd\" " + std::string(kOutside), kDoctype},
     {"ExternalEntityThatIsAFifo", "f.xml", "<!DOCTYPE a [<!ENTITY e SYSTEM 'fifo'>]><a>&e;</a>",
      "line 1, column 47: \"fifo\" is not a regular file", "\"fifo\" " + std::string(kOutside), kDoctype},
     {"DocumentCutInHalf", nullptr, "<r><a>1</a><b>2</b><c",
@@ -156,6 +159,44 @@ TEST(LoadPolicy, SelfContainedDocumentsLoadAsUnderLenient) {
     }
 }
 
+TEST(LoadPolicy, UntrustedAcceptsADeclarationThatOnlyNamesTheRoot) {
+    NqDom dom;
+    dom.setLoadPolicy(NqDomLoadUntrusted);
+    ASSERT_TRUE(dom.loadXML("<!DOCTYPE html>\n<html><body/></html>")) << str(dom.getErrorMessage());
+    EXPECT_EQ(str(dom.getRoot().getName()), "html");
+    EXPECT_FALSE(dom.loadXML("<!DOCTYPE html SYSTEM 'about:legacy-compat'><html/>"));
+    EXPECT_NE(str(dom.getErrorMessage()).find(kDoctype), std::string::npos) << str(dom.getErrorMessage());
+}
+
+// Bytes that are not in the encoding the text declares or implies: the
+// message is about the encoding, whatever the bounded policy.
+TEST(LoadPolicy, TextsNotInTheirEncodingGetAMessageAboutIt) {
+    TempDir dir;
+    const struct {
+        const char* file;  // null: the text is loaded as a string
+        std::string bytes;
+        const char* message;
+    } cases[] = {
+        {nullptr, std::string("\xff\xfe<\0a\0/\0>\0", 10),
+         "starts with a UTF-16 byte order mark but holds no 0"},
+        {"le.xml", std::string("<\0a\0/\0>\0", 8),
+         "starts with a 0 byte, as UTF-16 without a byte order mark"},
+        {"latin.xml", "<a>caf\xe9</a>", "the bytes are not UTF-8, the encoding declared or implied"},
+        {nullptr, "<?xml version='1.0' encoding='UTF-8'?><a>\xe9t\xe9</a>", "the bytes are not UTF-8"},
+    };
+    for (const auto& row : cases) {
+        if (row.file) writeBytes(dir.file(row.file), row.bytes);
+        for (NqDomLoadPolicy policy : {NqDomLoadStrict, NqDomLoadSelfContained, NqDomLoadUntrusted}) {
+            NqDom dom;
+            dom.setLoadPolicy(policy);
+            EXPECT_FALSE(row.file ? dom.loadFile(dir.file(row.file).c_str())
+                                  : dom.loadXML(row.bytes.c_str()));
+            EXPECT_NE(str(dom.getErrorMessage()).find(row.message), std::string::npos)
+                << policy << ": " << str(dom.getErrorMessage());
+        }
+    }
+}
+
 TEST(LoadPolicy, NewHandlesAndSerializersTakeTheDefaultWhenMade) {
     EXPECT_EQ(nqDomGetDefaultLoadPolicy(), NqDomLoadLenient);
     TempDir dir;
@@ -183,8 +224,8 @@ TEST(LoadPolicy, NewHandlesAndSerializersTakeTheDefaultWhenMade) {
     NqDom copy(strict);
     copy.setLoadPolicy(NqDomLoadUntrusted);
     EXPECT_EQ(strict.getLoadPolicy(), NqDomLoadUntrusted);
-    EXPECT_EQ(strict.getTemplate("<!DOCTYPE a><a>${v}</a>"), nullptr);
-    EXPECT_EQ(str(strict.getErrorMessage()), std::string("LibXML 345: line 1, column 10: ") + kDoctype);
+    EXPECT_EQ(strict.getTemplate("<!DOCTYPE a [<!ENTITY e 'x'>]><a>${v}</a>"), nullptr);
+    EXPECT_EQ(str(strict.getErrorMessage()), std::string("LibXML 345: line 1, column 13: ") + kDoctype);
 }
 
 // What Untrusted accepts is written and compiled on a 1 MB stack.

@@ -257,6 +257,39 @@ TEST(Tool, Format) {
     });
 }
 
+// Document types whose DTDs Debian packages and registers in the system
+// catalog (`make test` installs docbook-xml and w3c-sgml-lib): read from
+// there, never from their addresses.
+TEST(Tool, ExternalReadsCatalogedDtds) {
+    if (!fileExists("/usr/share/xml/docbook/schema/dtd/4.4/docbookx.dtd") ||
+        !fileExists("/usr/share/xml/w3c-sgml-lib/schema/dtd/REC-SVG11-20110816/svg11.dtd"))
+        GTEST_SKIP() << "docbook-xml or w3c-sgml-lib is not installed";
+    ::unsetenv("XML_CATALOG_FILES");
+    const auto docbook = [](const std::string& root, const std::string& body) {
+        return "<?xml version='1.0'?>\n<!DOCTYPE " + root +
+               " PUBLIC \"-//OASIS//DTD DocBook XML V4.4//EN\" "
+               "\"http://www.oasis-open.org/docbook/xml/4.4/docbookx.dtd\">\n<" +
+               root + ">" + body + "</" + root + ">";
+    };
+    const Files files = {
+        {"article.xml", docbook("article", "<title>Caf&eacute; &mdash; notes</title><para>&copy; 2026</para>")},
+        {"book.xml", docbook("book", "<title>Guide</title><chapter id='c1'><title>One</title><para>See "
+                                     "&hellip;<xref linkend='c1'/></para></chapter>")},
+        {"plain.xml", docbook("article", "<title>Plain</title><para>text</para>")},
+        {"pic.svg", "<!DOCTYPE svg PUBLIC \"-//W3C//DTD SVG 1.1//EN\" "
+                    "\"http://www.w3.org/Graphics/SVG/1.1/DTD/svg11.dtd\">\n"
+                    "<svg xmlns='http://www.w3.org/2000/svg' width='4' height='4'><rect width='2' height='2'/></svg>"},
+    };
+    runAll({
+        {{"format", "--external", "$T/article.xml"}, 0, {"<title>Caf&eacute; &mdash; notes</title>"}, "", files},
+        {{"format", "--external", "$T/book.xml"}, 0, {"See &hellip;<xref linkend=\"c1\"/>"}, "", files},
+        {{"format", "--external", "$T/pic.svg"}, 0, {"<rect height=\"2\" width=\"2\"/></svg>"}, "", files},
+        // Without the DTD its entities are unknown, and the load says which.
+        {{"format", "--skip-dtd", "$T/article.xml"}, 1, {}, "line 3, column 28: entity 'eacute' not found", files},
+        {{"format", "--skip-dtd", "$T/plain.xml"}, 0, {"<title>Plain</title>"}, "", files},
+    });
+}
+
 TEST(Tool, Tree) {
     runAll({
         // CDATA and entity text in place, quotes and backslashes escaped.

@@ -46,10 +46,16 @@ void printHelp(const CommandInfo& info) {
     std::printf(
         "\nNothing outside a document is read (no external DTD or entity, no network),\n"
         "and any error in it fails the command with its line and column.\n"
-        "  --external    read the external DTDs and entities a document names,\n"
-        "                relative to its folder\n"
-        "  --untrusted   refuse a document type declaration and elements nested\n"
-        "                deeper than %d levels\n",
+        "  --external    read the external DTDs and entities a document names:\n"
+        "                those the XML catalogs map (XML_CATALOG_FILES, else\n"
+        "                /etc/xml/catalog) from their local copies, others relative\n"
+        "                to its folder; never from the network\n"
+        "  --untrusted   refuse a document type declaration other than one naming\n"
+        "                the root alone (<!DOCTYPE html>), and elements nested\n"
+        "                deeper than %d levels\n"
+        "  --skip-dtd    do without the external DTD: it is not read, attribute\n"
+        "                defaults it declares are absent, and an entity that only\n"
+        "                it would declare fails the command, naming the entity\n",
         nqDomUntrustedDepthLimit);
 }
 
@@ -61,6 +67,7 @@ std::string applyLoadPolicy(const Args& args) {
     nqDomSetDefaultLoadPolicy(external    ? NqDomLoadStrict
                               : untrusted ? NqDomLoadUntrusted
                                           : NqDomLoadSelfContained);
+    nqDomSetDefaultSkipExternalDtd(args.has("--skip-dtd"));
     return "";
 }
 

@@ -11,7 +11,8 @@
 namespace nqtool {
 namespace {
 
-const Option kExternal = {"--external", false}, kUntrusted = {"--untrusted", false};
+const Option kExternal = {"--external", false}, kUntrusted = {"--untrusted", false},
+             kSkipDtd = {"--skip-dtd", false};
 
 const CommandInfo kConfInfo = {"conf",
                                "conf list|get|set|unset FILE ...",
@@ -30,14 +31,14 @@ const CommandInfo kListInfo = {"conf list",
                                "\"# \" line when it has one, then NAME=VALUE.\n"
                                "\n"
                                "  --json   an array of {\"name\", \"value\", \"description\"}, all strings\n",
-                               {{"--json", false}, kExternal, kUntrusted},
+                               {{"--json", false}, kExternal, kUntrusted, kSkipDtd},
                                1,
                                1};
 
 const CommandInfo kGetInfo = {"conf get",
                               "conf get FILE NAME",
                               "Prints the value of the first entry named NAME.\n",
-                              {kExternal, kUntrusted},
+                              {kExternal, kUntrusted, kSkipDtd},
                               2,
                               2};
 
@@ -47,14 +48,14 @@ const CommandInfo kSetInfo = {"conf set",
                               "stands and keeps its description unless --description is given; a new\n"
                               "entry goes last. FILE is created when missing, and replaced only once\n"
                               "the new content is written in full.\n",
-                              {{"--description", true}, kExternal, kUntrusted},
+                              {{"--description", true}, kExternal, kUntrusted, kSkipDtd},
                               3,
                               3};
 
 const CommandInfo kUnsetInfo = {"conf unset",
                                 "conf unset FILE NAME",
                                 "Removes every entry named NAME from FILE.\n",
-                                {kExternal, kUntrusted},
+                                {kExternal, kUntrusted, kSkipDtd},
                                 2,
                                 2};
 

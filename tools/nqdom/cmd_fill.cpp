@@ -11,24 +11,25 @@
 namespace nqtool {
 namespace {
 
-const CommandInfo kInfo = {"fill",
-                           "fill TEMPLATE [NAME=VALUE...] [--values FILE]",
-                           "Compiles TEMPLATE and prints its skeleton with every variable replaced by its\n"
-                           "value, XML-escaped. Names match the template's variables in any letter case.\n"
-                           "A required variable must have a value; an optional one without a value is\n"
-                           "left empty.\n"
-                           "\n"
-                           "  --values FILE   take values from a configuration entries file; NAME=VALUE\n"
-                           "                  arguments take precedence, entries unknown to the template\n"
-                           "                  are ignored\n"
-                           "\n"
-                           "Template rules: an element's text or an attribute's value holds at most one\n"
-                           "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
-                           "in more than letter case. CDATA sections and processing instructions are not\n"
-                           "carried into the skeleton: a warning names each one left out.\n",
-                           {{"--values", true}, {"--external", false}, {"--untrusted", false}},
-                           1,
-                           kUnlimited};
+const CommandInfo kInfo = {
+    "fill",
+    "fill TEMPLATE [NAME=VALUE...] [--values FILE]",
+    "Compiles TEMPLATE and prints its skeleton with every variable replaced by its\n"
+    "value, XML-escaped. Names match the template's variables in any letter case.\n"
+    "A required variable must have a value; an optional one without a value is\n"
+    "left empty.\n"
+    "\n"
+    "  --values FILE   take values from a configuration entries file; NAME=VALUE\n"
+    "                  arguments take precedence, entries unknown to the template\n"
+    "                  are ignored\n"
+    "\n"
+    "Template rules: an element's text or an attribute's value holds at most one\n"
+    "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
+    "in more than letter case. CDATA sections and processing instructions are not\n"
+    "carried into the skeleton: a warning names each one left out.\n",
+    {{"--values", true}, {"--external", false}, {"--untrusted", false}, {"--skip-dtd", false}},
+    1,
+    kUnlimited};
 
 using ValueMap = std::map<NqbString, NqbString, NqbStringLessInsensitive>;
 using NameSet = std::set<NqbString, NqbStringLessInsensitive>;

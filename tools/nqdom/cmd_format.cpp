@@ -8,18 +8,19 @@
 namespace nqtool {
 namespace {
 
-const CommandInfo kInfo = {"format",
-                           "format [--pretty] [-o OUT] FILE|-",
-                           "Loads the document in FILE (\"-\": standard input) and writes it back as UTF-8.\n"
-                           "\n"
-                           "  --pretty   one element, comment or processing instruction per line, indented\n"
-                           "             by two spaces, lines ending in LF; only elements that hold nothing\n"
-                           "             but markup and white space are indented, so mixed content and\n"
-                           "             xml:space=\"preserve\" keep their text as it is\n"
-                           "  -o OUT     write to the file OUT instead of standard output\n",
-                           {{"--pretty", false}, {"-o", true}, {"--external", false}, {"--untrusted", false}},
-                           1,
-                           1};
+const CommandInfo kInfo = {
+    "format",
+    "format [--pretty] [-o OUT] FILE|-",
+    "Loads the document in FILE (\"-\": standard input) and writes it back as UTF-8.\n"
+    "\n"
+    "  --pretty   one element, comment or processing instruction per line, indented\n"
+    "             by two spaces, lines ending in LF; only elements that hold nothing\n"
+    "             but markup and white space are indented, so mixed content and\n"
+    "             xml:space=\"preserve\" keep their text as it is\n"
+    "  -o OUT     write to the file OUT instead of standard output\n",
+    {{"--pretty", false}, {"-o", true}, {"--external", false}, {"--untrusted", false}, {"--skip-dtd", false}},
+    1,
+    1};
 
 // Where the parser leaves a CR in a text it came from a reference, and the
 // library writes it as one: it is text, not layout.

@@ -9,20 +9,21 @@
 namespace nqtool {
 namespace {
 
-const CommandInfo kInfo = {"template",
-                           "template [--json] FILE",
-                           "Compiles the template in FILE and prints its variables (index, name, whether\n"
-                           "optional, XPath), its namespaces (prefix, URI) and its skeleton.\n"
-                           "\n"
-                           "  --json   one object with \"variables\", \"namespaces\" and \"skeleton\"\n"
-                           "\n"
-                           "Template rules: an element's text or an attribute's value holds at most one\n"
-                           "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
-                           "in more than letter case. CDATA sections and processing instructions are not\n"
-                           "carried into the skeleton: a warning names each one left out.\n",
-                           {{"--json", false}, {"--external", false}, {"--untrusted", false}},
-                           1,
-                           1};
+const CommandInfo kInfo = {
+    "template",
+    "template [--json] FILE",
+    "Compiles the template in FILE and prints its variables (index, name, whether\n"
+    "optional, XPath), its namespaces (prefix, URI) and its skeleton.\n"
+    "\n"
+    "  --json   one object with \"variables\", \"namespaces\" and \"skeleton\"\n"
+    "\n"
+    "Template rules: an element's text or an attribute's value holds at most one\n"
+    "variable, ${name} or ${name?} for an optional one; variable names must differ\n"
+    "in more than letter case. CDATA sections and processing instructions are not\n"
+    "carried into the skeleton: a warning names each one left out.\n",
+    {{"--json", false}, {"--external", false}, {"--untrusted", false}, {"--skip-dtd", false}},
+    1,
+    1};
 
 struct Variable {
     std::string name;

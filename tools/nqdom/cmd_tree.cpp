@@ -7,20 +7,21 @@
 namespace nqtool {
 namespace {
 
-const CommandInfo kInfo = {"tree",
-                           "tree [--json] FILE|-",
-                           "Prints the document in FILE (\"-\": standard input) in document order: its\n"
-                           "document type, comments, processing instructions, elements with their\n"
-                           "attributes, and text (CDATA sections and entity text included), indented by\n"
-                           "depth. Text is shown with runs of white space as one space; text that is\n"
-                           "white space only is left out.\n"
-                           "\n"
-                           "  --json   one object per node, nested by \"children\"; texts exactly as the\n"
-                           "           document holds them, without the white space between elements\n"
-                           "           that hold only markup\n",
-                           {{"--json", false}, {"--external", false}, {"--untrusted", false}},
-                           1,
-                           1};
+const CommandInfo kInfo = {
+    "tree",
+    "tree [--json] FILE|-",
+    "Prints the document in FILE (\"-\": standard input) in document order: its\n"
+    "document type, comments, processing instructions, elements with their\n"
+    "attributes, and text (CDATA sections and entity text included), indented by\n"
+    "depth. Text is shown with runs of white space as one space; text that is\n"
+    "white space only is left out.\n"
+    "\n"
+    "  --json   one object per node, nested by \"children\"; texts exactly as the\n"
+    "           document holds them, without the white space between elements\n"
+    "           that hold only markup\n",
+    {{"--json", false}, {"--external", false}, {"--untrusted", false}, {"--skip-dtd", false}},
+    1,
+    1};
 
 // XML's white space: in an element that holds only markup, white space
 // alone is layout.
