@@ -75,6 +75,9 @@ public:
     NqDomLoadPolicy getLoadPolicy() const;
 
 private:
+    // The reader hands expanded records to a handle.
+    friend class NqDomReader;
+
     NqDomData* m_data;
 };
 
@@ -102,5 +105,7 @@ NQDOM_API extern const char* nqx_build_version;
 NQDOM_API NqbString nqDomReadFileToString(const NqbString& fileName, NqbString* error);
 // Creates or replaces the file with `text`; false with a message in *error.
 NQDOM_API bool nqDomWriteStringToFile(const NqbString& fileName, const NqbString& text, NqbString* error);
+
+#include "nqdomreader.h"
 
 #endif

@@ -1,43 +1,18 @@
 #include "nqdomxml/nqdomguardedparser.h"
 
-#include <sys/stat.h>
-
 #include <xercesc/dom/DOMError.hpp>
 #include <xercesc/dom/DOMLocator.hpp>
-#include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/internal/XMLScanner.hpp>
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
-#include <xercesc/util/XMLString.hpp>
-#include <xercesc/util/XMLURL.hpp>
 #include <xercesc/util/XMLUni.hpp>
+
+#include "nqdomxml/nqdomresourceguard.h"
 
 using xercesc::DOMError;
 using xercesc::InputSource;
-using xercesc::XMLString;
 using xercesc::XMLUni;
-
-namespace {
-
-// Stands for a resource the policy does not read: the engine finds nothing
-// to open and reports that with its position.
-class RefusedSource : public InputSource {
-public:
-    RefusedSource(const XMLCh* systemId, xercesc::MemoryManager* manager) : InputSource(systemId, manager) {}
-    xercesc::BinInputStream* makeStream() const override { return nullptr; }
-};
-
-const XMLCh kFileScheme[] = {'f', 'i', 'l', 'e', ':', 0};
-const XMLCh kSchemeEnd[] = {':', '/', '/', 0};
-
-// A file that exists and is no regular file: reading it could block or never end.
-bool isSpecialFile(const NqbString& path) {
-    struct stat info;
-    return ::stat(path.asCstr(), &info) == 0 && !S_ISREG(info.st_mode);
-}
-
-}  // namespace
 
 NqGuardedParser::NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder,
                                  xercesc::MemoryManager* manager, XMLSize_t expansions)
@@ -74,26 +49,11 @@ void NqGuardedParser::refuse(const NqbString& reason) {
     getScanner()->emitError(xercesc::XMLErrs::InvalidDocumentStructure);
 }
 
-InputSource* NqGuardedParser::refuseResource(const XMLCh* systemId, const char* why) {
-    m_pending = nqbStringFormat("\"%s\" %s", m_transcoder.toNqb(systemId).asCstr(), why);
-    return new RefusedSource(systemId, getMemoryManager());
-}
-
 InputSource* NqGuardedParser::resolveEntity(xercesc::XMLResourceIdentifier* resource) {
-    const XMLCh* systemId = resource->getSystemId();
-    if (m_policy >= NqDomLoadSelfContained)
-        return refuseResource(systemId, "is outside the text, and this load policy reads nothing outside it");
-    // Network resources are the engine's to fetch.
-    NqbString path;
-    if (XMLString::startsWithI(systemId, kFileScheme)) {
-        xercesc::XMLURL url(systemId, getMemoryManager());
-        path = m_transcoder.toNqb(url.getPath());
-    } else if (XMLString::patternMatch(systemId, kSchemeEnd) < 0) {
-        const xercesc::LocalFileInputSource local(resource->getBaseURI(), systemId, getMemoryManager());
-        path = m_transcoder.toNqb(local.getSystemId());
-    }
-    if (!path.isNull() && isSpecialFile(path)) return refuseResource(systemId, "is not a regular file");
-    return DOMLSParserImpl::resolveEntity(resource);
+    const NqbString why = nqDomResourceRefusal(m_policy, *resource, m_transcoder, getMemoryManager());
+    if (why.isNull()) return DOMLSParserImpl::resolveEntity(resource);
+    m_pending = why;
+    return nqDomRefusedSource(resource->getSystemId(), getMemoryManager());
 }
 
 // The engine refuses the declaration itself, cleaning up what it began;
