@@ -84,8 +84,9 @@ public:
     /// Elements open around the current node: 0 for the root element and for
     /// what stands outside it; an end has the depth of its start.
     int getDepth() const;
-    /// Line and column (both from 1) where the current node starts; 0 when
-    /// there is no node. In the prolog they may point at white space before it.
+    /// Line and column (both from 1; columns count UTF-16 units, as the
+    /// engine's messages do) where the current node starts; 0 when there is
+    /// no node. In the prolog they may point at white space before it.
     int getLine() const;
     int getColumn() const;
     /// Element name, instruction target or document type name; "" otherwise.

@@ -146,7 +146,8 @@ bool NqReadParser::guarded(Parse parse) {
         } parsing{m_parsing = true};
         if (parse()) return true;
     } catch (const Stop&) {
-        parseReset(m_token);
+        // Recorded already. The parser is not used again, so the engine's
+        // reset is left to its destruction.
     } catch (const xercesc::OutOfMemoryException&) {
         // The parser is past repair; it is only destroyed from here on.
         NqMemoryBudget* over = m_budget && m_budget->exceeded() ? m_budget : nullptr;
