@@ -252,7 +252,7 @@ TEST(Tool, Format) {
 }
 
 TEST(Tool, StreamedFormatAndRecords) {
-    const Files records = {{"r.xml", "<d xmlns:p='u'><b><p:rec id='1'>a\nb&lt;<x/></p:rec><p:rec id='2' xmlns:p='v'/>"
+    const Files records = {{"r.xml", "<d xmlns:p='u'><b><p:rec id='1'>a\nb&lt;<x/></p:rec><p:rec id='2' xmlns:p='v'>\n  <y/>\n</p:rec>"
                                      "</b><p:rec><!--c--><p:rec>in</p:rec></p:rec></d>"}};
     runAll({
         // Entities expanded, the internal subset left out; indented until the first text.
@@ -264,7 +264,7 @@ TEST(Tool, StreamedFormatAndRecords) {
         {{"format", "--stream", kMenu, "-o", "$T/s.xml", "&&", "format", "$T/s.xml", "-o", "$T/a.xml", "&&",
           "format", kMenu, "-o", "$T/b.xml"}, 0, {"="}, "", {}, {{"a.xml", "=@$T/b.xml"}, {"s.xml", "!standalone"}}},
         {{"records", "p:rec", "$T/r.xml"}, 0, {
-            "=<p:rec id=\"1\" xmlns:p=\"u\">a&#10;b&lt;<x/></p:rec>\n<p:rec id=\"2\" xmlns:p=\"v\"/>\n"
+            "=<p:rec id=\"1\" xmlns:p=\"u\">a&#10;b&lt;<x/></p:rec>\n<p:rec id=\"2\" xmlns:p=\"v\"><y/></p:rec>\n"
             "<p:rec xmlns:p=\"u\"><!--c--><p:rec>in</p:rec></p:rec>\n"}, "", records},
         {{"records", "--json", "x", "$T/r.xml"}, 0, {
             "={\"type\": \"element\", \"name\": \"x\", \"attributes\": {\"xmlns:p\": \"u\"}, \"children\": []}\n"},

@@ -20,10 +20,12 @@ const CommandInfo kInfo = {
     "of that name inside another one is part of the outer line only.\n"
     "\n"
     "Each line keeps the attributes in their order and the texts, CDATA sections,\n"
-    "comments and processing instructions as in the document; entity references are\n"
-    "expanded, line ends in texts and values are written as &#10; (comments and\n"
-    "instructions keep theirs), and the namespace declarations in scope are repeated\n"
-    "on the element, so each line reads on its own.\n"
+    "comments and processing instructions as in the document, but for the white space\n"
+    "between elements (until an element's first text that is not blank, and never\n"
+    "under xml:space=\"preserve\"); entity references are expanded, line ends in texts\n"
+    "and values are written as &#10; (comments and instructions keep theirs), and the\n"
+    "namespace declarations in scope are repeated on the element, so that each line\n"
+    "reads on its own.\n"
     "\n"
     "  --json     one object per line, shaped as \"tree --json\" writes a node\n"
     "  -o OUT     write to the file OUT instead of standard output; on an error in\n"
@@ -73,13 +75,18 @@ public:
                     attribute(i == 0 && reader.getAttributeCount() == 0, extra[i], extra[i + 1]);
                 m_line += "}, \"children\": [";
                 m_first = true;
+                const char* space = reader.findAttribute("xml:space");
+                const bool preserve = space && std::strcmp(space, "preserve") == 0;
+                m_dropping.push_back((m_dropping.empty() || m_dropping.back()) && !preserve);
                 return;
             }
             case NqDomReadElementEnd:
                 m_line += "]}";
                 m_first = false;
+                m_dropping.pop_back();
                 return;
             case NqDomReadText:
+                if (!keep(reader)) return;
                 return item("{\"type\": \"text\", \"text\": " + jsonString(std::string(reader.getValue())) +
                             "}");
             case NqDomReadComment:
@@ -92,7 +99,10 @@ public:
                 return;
         }
     }
-    void discard() { m_line.clear(); }
+    void discard() {
+        m_line.clear();
+        m_dropping.clear();
+    }
     void finish() {
         m_line += '\n';
         std::fwrite(m_line.data(), 1, m_line.size(), m_out);
@@ -101,6 +111,14 @@ public:
     }
 
 private:
+    // White space between elements is layout, until the element's first text
+    // that is not blank.
+    bool keep(const NqDomReader& reader) {
+        if (reader.isCData() || m_dropping.empty() || !m_dropping.back()) return true;
+        if (isBlank(reader.getValue(), reader.getValueLength())) return false;
+        m_dropping.back() = false;
+        return true;
+    }
     void item(const std::string& text) {
         if (!m_first) m_line += ", ";
         m_line += text;
@@ -113,6 +131,7 @@ private:
     std::FILE* m_out;
     std::string m_line;
     bool m_first = true;
+    std::vector<bool> m_dropping;
 };
 
 // Writes the element the reader stands on, through its end.

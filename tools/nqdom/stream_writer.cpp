@@ -7,6 +7,8 @@ namespace {
 
 const std::size_t kFlushAt = 1 << 16;
 
+}  // namespace
+
 bool isBlank(const char* text, std::size_t length) {
     for (std::size_t i = 0; i < length; ++i) {
         const char c = text[i];
@@ -14,8 +16,6 @@ bool isBlank(const char* text, std::size_t length) {
     }
     return true;
 }
-
-}  // namespace
 
 void StreamWriter::flush() {
     if (m_buffer.empty()) return;
@@ -105,7 +105,8 @@ void StreamWriter::start(const NqDomReader& reader, const std::vector<std::strin
         attribute(reader.getAttributeName(i), reader.getAttributeValue(i));
     for (std::size_t i = 0; i + 1 < extra.size(); i += 2) attribute(extra[i].c_str(), extra[i + 1].c_str());
     m_startOpen = true;
-    m_indented.push_back(m_layout == Layout::Pretty && indenting && !preserve);
+    // Line drops the white space between elements as Pretty does, without indenting.
+    m_indented.push_back(m_layout != Layout::Compact && indenting && !preserve);
     m_filled.push_back(false);
 }
 
@@ -118,7 +119,7 @@ void StreamWriter::end(const NqDomReader& reader) {
         m_buffer.append("/>");
         m_startOpen = false;
     } else {
-        if (indented && filled) newLine(m_indented.size());
+        if (m_layout == Layout::Pretty && indented && filled) newLine(m_indented.size());
         m_buffer.append("</").append(reader.getName()).append(">");
     }
     if (m_buffer.size() >= kFlushAt) flush();

@@ -10,10 +10,13 @@
 
 namespace nqtool {
 
+// Whether `text` is white space only.
+bool isBlank(const char* text, std::size_t length);
+
 enum class Layout {
     Compact,  // as in the document
     Pretty,   // element content indented until its first text that is not blank
-    Line      // as in the document, with line ends in texts and values as references
+    Line      // as Pretty without indenting, line ends in texts and values as references
 };
 
 class StreamWriter {
