@@ -74,9 +74,11 @@ public:
     /// that element with everything inside it, and moves the reader to the
     /// element's end. In-scope namespace declarations of its ancestors are
     /// copied onto the root, entity references are expanded. Passing the
-    /// same handle for each record reuses its memory. False (leaving
-    /// `record` without a document) when the reader stands elsewhere or the
-    /// input fails, with the reason in getErrorMessage().
+    /// same handle for each record reuses its memory; as with loadXML, node
+    /// handles into the handle's previous document are invalid afterwards.
+    /// False, changing nothing, when the reader stands elsewhere or `record`
+    /// could not start the engine; false, with `record` left without a
+    /// document and the reader on NqDomReadError, when the input fails.
     bool expand(NqDom& record);
 
     /// The kind of the current node.
@@ -89,7 +91,8 @@ public:
     /// no node. In the prolog they may point at white space before it.
     int getLine() const;
     int getColumn() const;
-    /// Element name, instruction target or document type name; "" otherwise.
+    /// Element name (on its start and its end), instruction target or
+    /// document type name; "" otherwise.
     const char* getName() const;
     /// Text, comment text or instruction data; "" otherwise.
     const char* getValue() const;

@@ -154,6 +154,7 @@ TEST(Reader, ExpandsRecordsWithTheirNamespacesTextsAndSectionsIntoOneReusedHandl
               "Co<![CDATA[<raw>]]><!--n--><?t d?>"
               "<p:v/></p:rec>|<rec id=\"2\" xmlns=\"urn:own\"/>|batch|after|dump");
     EXPECT_FALSE(reader.expand(record)) << "only on an element start";
+    EXPECT_EQ(str(record.getRoot().getName()), "rec") << "and then the handle keeps its record";
 }
 
 struct ErrorCase {
