@@ -43,6 +43,7 @@ class NQDOM_API NqDomReader {
 public:
     /// A reader without input, under the process's default load policy.
     NqDomReader();
+    /// Closes the input; a descriptor given to openDescriptor stays open.
     ~NqDomReader();
     NqDomReader(const NqDomReader&) = delete;
     NqDomReader& operator=(const NqDomReader&) = delete;
@@ -86,10 +87,11 @@ public:
     /// Elements open around the current node: 0 for the root element and for
     /// what stands outside it; an end has the depth of its start.
     int getDepth() const;
-    /// Line and column (both from 1; columns count UTF-16 units, as the
-    /// engine's messages do) where the current node starts; 0 when there is
-    /// no node. In the prolog they may point at white space before it.
+    /// The line (from 1) where the current node starts; 0 when there is no
+    /// node. Columns (from 1) count UTF-16 units, as the engine's messages
+    /// do. In the prolog the position may be that of white space before it.
     int getLine() const;
+    /// The column where the current node starts; see getLine().
     int getColumn() const;
     /// Element name (on its start and its end), instruction target or
     /// document type name; "" otherwise.
@@ -100,16 +102,18 @@ public:
     std::size_t getValueLength() const;
     /// True on a text that was a CDATA section.
     bool isCData() const;
-    /// Public and system identifier of the document type; "" when absent or
-    /// on other nodes.
+    /// The public identifier of the document type; "" when absent or on
+    /// other nodes.
     const char* getPublicId() const;
+    /// The system identifier of the document type; see getPublicId().
     const char* getSystemId() const;
 
     /// Attributes of an element start, in document order, declared defaults
     /// included; 0 on other nodes.
     int getAttributeCount() const;
-    /// Name and value of attribute `index`; null out of range.
+    /// The name of attribute `index` as written; null out of range.
     const char* getAttributeName(int index) const;
+    /// The value of attribute `index`, references expanded; null out of range.
     const char* getAttributeValue(int index) const;
     /// The value of the attribute named `name` (null: none) as written; null
     /// when absent.

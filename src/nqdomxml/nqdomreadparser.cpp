@@ -2,6 +2,8 @@
 
 #include <xercesc/framework/XMLAttr.hpp>
 #include <xercesc/framework/XMLElementDecl.hpp>
+#include <xercesc/internal/ElemStack.hpp>
+#include <xercesc/internal/XMLScanner.hpp>
 #include <xercesc/sax/Locator.hpp>
 #include <xercesc/sax2/DefaultHandler.hpp>
 #include <xercesc/util/OutOfMemoryException.hpp>
@@ -61,6 +63,27 @@ bool isNamespaceDeclaration(const XMLCh* name) {
     return xercesc::XMLString::startsWith(name, kXmlns) && (name[5] == 0 || name[5] == ':');
 }
 
+// The engine keeps the children of every open element in its element
+// stack, for a validation it does not do here: under a root of millions of
+// records that list alone grows past the rest of the reader. Nothing public
+// reaches it, so the scanner is reached through the parser's member (an
+// explicit instantiation may name it) and the stack through the scanner's.
+struct ScannerMember {
+    using type = xercesc::XMLScanner* xercesc::SAX2XMLReaderImpl::*;
+    friend type scannerMember(ScannerMember);
+};
+
+template <class Tag, typename Tag::type Member>
+struct Reach {
+    friend typename Tag::type scannerMember(Tag) { return Member; }
+};
+
+template struct Reach<ScannerMember, &xercesc::SAX2XMLReaderImpl::fScanner>;
+
+struct ElementStackMember : xercesc::XMLScanner {
+    static xercesc::ElemStack xercesc::XMLScanner::*get() { return &ElementStackMember::fElemStack; }
+};
+
 }  // namespace
 
 // The engine hands its position to the content handler only.
@@ -96,6 +119,7 @@ NqReadParser::NqReadParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder, 
       m_textLimit(textLimit),
       m_locating(new Locating(budget)),
       m_resolving(new Resolving) {
+    m_elements = &(this->*scannerMember(ScannerMember{})->*ElementStackMember::get());
     setFeature(XMLUni::fgSAX2CoreNameSpaces, false);
     setFeature(XMLUni::fgSAX2CoreValidation, false);
     setContentHandler(m_locating);
@@ -280,6 +304,7 @@ void NqReadParser::startElement(const xercesc::XMLElementDecl& element, unsigned
     }
     // The engine leaves ending an empty element to the parser.
     if (isEmpty) endElement(element, 0, isRoot, nullptr);
+    forgetChildren();
     moveMark();
 }
 
@@ -300,7 +325,13 @@ void NqReadParser::queueStart(const xercesc::XMLElementDecl& element,
     event.attributeCount = static_cast<int>(count);
 }
 
+void NqReadParser::forgetChildren() {
+    if (m_elements->isEmpty()) return;
+    const_cast<xercesc::ElemStack::StackElem*>(m_elements->topElement())->fChildCount = 0;
+}
+
 void NqReadParser::endElement(const xercesc::XMLElementDecl& element, unsigned int, bool, const XMLCh*) {
+    forgetChildren();
     endElementAt(--m_depth, element.getFullName());
     moveMark();
 }

@@ -16,6 +16,9 @@
 #include "nqdomxml/nqdomrecordbuilder.h"
 
 class NqMemoryBudget;
+XERCES_CPP_NAMESPACE_BEGIN
+class ElemStack;
+XERCES_CPP_NAMESPACE_END
 
 struct NqReadAttribute {
     std::string name;
@@ -111,6 +114,8 @@ private:
     void moveMark();
     [[noreturn]] void refuse(const NqbString& reason);
     void checkText(std::size_t length);
+    // Empties the child list the engine keeps for the innermost open element.
+    void forgetChildren();
     void endElementAt(int depth, const XMLCh* name);
     void queueStart(const xercesc::XMLElementDecl& element,
                     const xercesc::RefVectorOf<xercesc::XMLAttr>& attributes, XMLSize_t count, int depth);
@@ -121,6 +126,7 @@ private:
     xercesc::MemoryManager* m_manager;
     std::size_t m_textLimit;
     xercesc::SecurityManager m_security;
+    xercesc::ElemStack* m_elements;
     Locating* m_locating;
     Resolving* m_resolving;
     xercesc::XMLPScanToken m_token;
