@@ -108,7 +108,11 @@ bool writeInput(const bench::InputKind& kind, const std::string& path, int copie
     return inChild([&] {
                const bench::Input input = bench::generateInput(kind);
                const std::string& xml = input.xml;
-               const std::size_t bodyStart = xml.find('>') + 1, bodyEnd = xml.rfind("</");
+               // The records lie between the root's start tag and its end tag.
+               std::size_t root = xml.find('<');
+               while (root != std::string::npos && (xml[root + 1] == '?' || xml[root + 1] == '!'))
+                   root = xml.find('<', root + 1);
+               const std::size_t bodyStart = xml.find('>', root) + 1, bodyEnd = xml.rfind("</");
                std::FILE* out = std::fopen(path.c_str(), "wb");
                if (!out) return false;
                bool ok = std::fwrite(xml.data(), 1, bodyStart, out) == bodyStart;
