@@ -34,7 +34,7 @@ test: build
 # BENCH_ARGS go to the comparison benchmark, e.g. --benchmark_repetitions=3.
 bench:
 	@sh scripts/install-deps.sh libpugixml-dev libxml2-dev
-	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNQDOM_BUILD_TESTS=OFF -DNQDOM_BUILD_TOOLS=OFF \
+	cmake -S . -B build-bench -DCMAKE_BUILD_TYPE=Release -DNQDOM_BUILD_TESTS=OFF -DNQDOM_BUILD_TOOLS=ON \
 		-DNQDOM_BUILD_BENCH=ON
 	cmake --build build-bench -j $(JOBS)
 	sh scripts/bench.sh build-bench $(BENCH_ARGS)

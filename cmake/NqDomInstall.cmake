@@ -7,7 +7,7 @@ install(TARGETS nqdom nqxbase nqsfio nqxlog EXPORT NqDomTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES
-  include/nqdom.h include/nqdomexport.h include/nqdomnode.h include/nqdomtemplate.h
+  include/nqdom.h include/nqdomexport.h include/nqdomnode.h include/nqdomreader.h include/nqdomtemplate.h
   include/nqxmltranscoder.h
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 

@@ -108,6 +108,9 @@ public:
     bool getSkipExternalDtd() const;
 
 private:
+    // The reader hands expanded records to a handle.
+    friend class NqDomReader;
+
     NqDomData* m_data;
 };
 
@@ -155,5 +158,7 @@ NQDOM_API bool nqDomGetDefaultSkipExternalDtd();
 NQDOM_API void nqDomSetCatalogFiles(const NqbString& files);
 /// The files named by nqDomSetCatalogFiles, as given; empty when none.
 NQDOM_API NqbString nqDomGetCatalogFiles();
+
+#include "nqdomreader.h"
 
 #endif

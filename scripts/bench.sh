@@ -12,7 +12,7 @@ table="$build/bench/results.md"
 status=0
 
 load=$(cut -d' ' -f1-3 /proc/loadavg)
-for name in confserializer template file load_policy; do
+for name in confserializer template file load_policy reader; do
   exe="$build/bench/nqdom_bench_$name"
   [ -x "$exe" ] || continue
   "$exe" --benchmark_color=false || status=1

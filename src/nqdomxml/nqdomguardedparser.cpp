@@ -1,10 +1,7 @@
 #include "nqdomxml/nqdomguardedparser.h"
 
-#include <sys/stat.h>
-
 #include <xercesc/dom/DOMError.hpp>
 #include <xercesc/dom/DOMLocator.hpp>
-#include <xercesc/framework/LocalFileInputSource.hpp>
 #include <xercesc/framework/MemBufInputSource.hpp>
 #include <xercesc/framework/XMLErrorCodes.hpp>
 #include <xercesc/framework/XMLValidityCodes.hpp>
@@ -13,24 +10,15 @@
 #include <xercesc/sax/InputSource.hpp>
 #include <xercesc/util/XMLExceptMsgs.hpp>
 #include <xercesc/util/XMLResourceIdentifier.hpp>
-#include <xercesc/util/XMLString.hpp>
-#include <xercesc/util/XMLURL.hpp>
 #include <xercesc/util/XMLUni.hpp>
+
+#include "nqdomxml/nqdomresourceguard.h"
 
 using xercesc::DOMError;
 using xercesc::InputSource;
-using xercesc::XMLString;
 using xercesc::XMLUni;
 
 namespace {
-
-// Stands for a resource the policy does not read: the engine finds nothing
-// to open and reports that with its position.
-class RefusedSource : public InputSource {
-public:
-    RefusedSource(const XMLCh* systemId, xercesc::MemoryManager* manager) : InputSource(systemId, manager) {}
-    xercesc::BinInputStream* makeStream() const override { return nullptr; }
-};
 
 // The external DTD of a load that does without it.
 class EmptySource : public xercesc::MemBufInputSource {
@@ -38,15 +26,6 @@ public:
     EmptySource(const XMLCh* systemId, xercesc::MemoryManager* manager)
         : MemBufInputSource(reinterpret_cast<const XMLByte*>(""), 0, systemId, false, manager) {}
 };
-
-const XMLCh kFileScheme[] = {'f', 'i', 'l', 'e', ':', 0};
-const XMLCh kSchemeEnd[] = {':', '/', '/', 0};
-
-// A file that exists and is no regular file: reading it could block or never end.
-bool isSpecialFile(const NqbString& path) {
-    struct stat info;
-    return ::stat(path.asCstr(), &info) == 0 && !S_ISREG(info.st_mode);
-}
 
 // A byte sequence that the encoding being read cannot have.
 bool isBadByte(const XMLCh* domain, unsigned int code) {
@@ -95,62 +74,17 @@ void NqGuardedParser::refuse(const NqbString& reason) {
     getScanner()->emitError(xercesc::XMLErrs::InvalidDocumentStructure);
 }
 
-InputSource* NqGuardedParser::refuseResource(const XMLCh* systemId, const char* why) {
-    m_pending = nqbStringFormat("\"%s\" %s", m_transcoder.toNqb(systemId).asCstr(), why);
-    return new RefusedSource(systemId, getMemoryManager());
-}
-
 InputSource* NqGuardedParser::resolveEntity(xercesc::XMLResourceIdentifier* resource) {
     const XMLCh* systemId = resource->getSystemId();
     if (m_skipDtd && !m_dtd.empty() && systemId && m_dtd == systemId) {
         m_dtd.clear();
         return new EmptySource(systemId, getMemoryManager());
     }
-    if (m_policy >= NqDomLoadSelfContained)
-        return refuseResource(systemId, "is outside the text, and this load policy reads nothing outside it");
-    if (InputSource* mapped = fromCatalog(resource)) return mapped;
-    if (!XMLString::startsWithI(systemId, kFileScheme) && XMLString::patternMatch(systemId, kSchemeEnd) >= 0)
-        return refuseNetwork(resource);
-    return resolveLocally(resource);
-}
-
-InputSource* NqGuardedParser::fromCatalog(xercesc::XMLResourceIdentifier* resource) {
-    const std::string publicId = m_transcoder.toNqb(resource->getPublicId()).asCstr();
-    const std::string path =
-        m_catalog.resolve(publicId, m_transcoder.toNqb(resource->getSystemId()).asCstr());
-    if (path.empty()) return nullptr;
-    const NqbString file(path.c_str());
-    if (isSpecialFile(file)) return refuseResource(resource->getSystemId(), "is not a regular file");
-    return new xercesc::LocalFileInputSource(m_transcoder.fromNqb(file), getMemoryManager());
-}
-
-InputSource* NqGuardedParser::refuseNetwork(xercesc::XMLResourceIdentifier* resource) {
-    const NqbString publicId = m_transcoder.toNqb(resource->getPublicId());
-    const NqbString systemId = m_transcoder.toNqb(resource->getSystemId());
-    const std::string named =
-        publicId.length() == 0
-            ? "\"" + std::string(systemId.asCstr()) + "\" (no public identifier)"
-            : "\"" + std::string(systemId.asCstr()) + "\" (public identifier \"" + publicId.asCstr() + "\")";
-    const std::string& problems = m_catalog.problems();
-    m_pending = nqbStringFormat(
-        "%s is on the network, which this load policy does not reach: install the package that provides "
-        "it, or map it to a local file in an XML catalog (XML_CATALOG_FILES, else /etc/xml/catalog)%s%s",
-        named.c_str(), problems.empty() ? "" : "; ", problems.c_str());
-    return new RefusedSource(resource->getSystemId(), getMemoryManager());
-}
-
-InputSource* NqGuardedParser::resolveLocally(xercesc::XMLResourceIdentifier* resource) {
-    const XMLCh* systemId = resource->getSystemId();
-    NqbString path;
-    if (XMLString::startsWithI(systemId, kFileScheme)) {
-        xercesc::XMLURL url(systemId, getMemoryManager());
-        path = m_transcoder.toNqb(url.getPath());
-    } else {
-        const xercesc::LocalFileInputSource local(resource->getBaseURI(), systemId, getMemoryManager());
-        path = m_transcoder.toNqb(local.getSystemId());
-    }
-    if (isSpecialFile(path)) return refuseResource(systemId, "is not a regular file");
-    return DOMLSParserImpl::resolveEntity(resource);
+    NqbString why;
+    InputSource* source =
+        nqDomGuardResource(m_policy, *resource, m_transcoder, m_catalog, getMemoryManager(), &why);
+    if (!why.isNull()) m_pending = why;
+    return source ? source : DOMLSParserImpl::resolveEntity(resource);
 }
 
 // Untrusted accepts a declaration that only names the root, as HTML's does;

@@ -47,10 +47,6 @@ private:
     bool handleError(const xercesc::DOMError& error) override;
     // Stops the parse with `reason` as the text of its error.
     void refuse(const NqbString& reason);
-    xercesc::InputSource* refuseResource(const XMLCh* systemId, const char* why);
-    xercesc::InputSource* resolveLocally(xercesc::XMLResourceIdentifier* resource);
-    xercesc::InputSource* fromCatalog(xercesc::XMLResourceIdentifier* resource);
-    xercesc::InputSource* refuseNetwork(xercesc::XMLResourceIdentifier* resource);
 
     NqDomLoadPolicy m_policy;
     NqXMLTranscoder& m_transcoder;

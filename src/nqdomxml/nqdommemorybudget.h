@@ -26,6 +26,10 @@ public:
     void watch(const xercesc::Locator* where) { m_where = where; }
     // No limit from now on: the loaded document may grow as its host edits it.
     void lift();
+    // A limit of `more` bytes beyond what is held now, for a document that
+    // grows again.
+    void limitFurther(std::size_t more) { m_limit = m_inUse + more; }
+    std::size_t inUse() const { return m_inUse; }
 
     bool exceeded() const { return m_exceeded; }
     std::size_t limit() const { return m_limit; }

@@ -14,6 +14,7 @@
 #include "nqdomxml/nqdomdata.h"
 #include "nqdomxml/nqdomguardedparser.h"
 #include "nqdomxml/nqdomlsparser.h"
+#include "nqdomxml/nqdomrefusal.h"
 #include "nqdomxmlcopy.h"
 
 using xercesc::DOMDocument;
@@ -100,25 +101,10 @@ XMLSize_t expansionsFor(const NqbString& text) {
     return 10000 + static_cast<XMLSize_t>(text.length()) / 4;
 }
 
-int clamped(XMLFileLoc position) {
-    return position > INT_MAX ? INT_MAX : static_cast<int>(position);
-}
-
-// A refusal with its place: line and column in the text, or in the file it
-// happened in (the loaded file, or an external entity).
-NqbString refusal(const NqbString& systemId, bool fromFile, const NqbString& uri, XMLFileLoc line,
-                  XMLFileLoc column, const NqbString& reason) {
-    const bool inText = uri.isNull() || uri.compare(systemId, true) == 0;
-    if (inText && !fromFile)
-        return NQ_LIBXML_MESSAGE(NQ_MSG_TEXT_REFUSED, clamped(line), clamped(column), reason.asCstr());
-    return NQ_LIBXML_MESSAGE(NQ_MSG_FILE_REFUSED, inText ? systemId.asCstr() : uri.asCstr(), clamped(line),
-                             clamped(column), reason.asCstr());
-}
-
 NqbString budgetRefusal(const NqMemoryBudget& budget, const NqbString& systemId, bool fromFile) {
     const NqbString reason =
         nqbStringFormat("the document takes more than %zu MB of memory to load", budget.limit() >> 20);
-    return refusal(systemId, fromFile, NqbString(), budget.line(), budget.column(), reason);
+    return nqDomRefusal(systemId, fromFile, NqbString(), budget.line(), budget.column(), reason);
 }
 
 // Why UTF-16 text failed, where the engine's own message would be about
@@ -153,8 +139,8 @@ bool loadGuarded(NqDomData* data, const NqbString& text, const NqbString& system
         DOMElement* root = parse(data, text, systemId);
         if (parser->failed()) {
             const NqbString utf16 = utf16Problem(text);
-            data->m_errorMessage = refusal(systemId, fromFile, parser->where(), parser->line(),
-                                           parser->column(), utf16.isNull() ? parser->reason() : utf16);
+            data->m_errorMessage = nqDomRefusal(systemId, fromFile, parser->where(), parser->line(),
+                                                parser->column(), utf16.isNull() ? parser->reason() : utf16);
             return false;
         }
         budget.lift();
@@ -167,7 +153,7 @@ bool loadGuarded(NqDomData* data, const NqbString& text, const NqbString& system
         data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_PARSE_EXCEPTION, static_cast<int>(e.code));
     } catch (const XMLException& e) {
         data->m_errorMessage =
-            refusal(systemId, fromFile, NqbString(), 0, 0, data->m_transcoder.toNqb(e.getMessage()));
+            nqDomRefusal(systemId, fromFile, NqbString(), 0, 0, data->m_transcoder.toNqb(e.getMessage()));
     }
     return false;
 }

@@ -121,6 +121,41 @@ TEST_P(Hostile, FailsWithAMessageUnderEachBoundedPolicy) {
     }
 }
 
+// The reader refuses what loadFile refuses, under every bounded policy, and
+// reads to the end what it loads.
+TEST_P(Hostile, StopsTheReaderWhereTheLoadFails) {
+    const HostileCase& row = GetParam();
+    HostileFiles files;
+    const std::string path = row.file ? files.file(row.file, row.text) : "";
+    const std::pair<NqDomLoadPolicy, std::string> runs[] = {{NqDomLoadStrict, row.strict},
+                                                            {NqDomLoadSelfContained, row.selfContained},
+                                                            {NqDomLoadUntrusted, row.untrusted}};
+    for (const auto& [policy, expected] : runs) {
+        SCOPED_TRACE(policy);
+        NqDomReader reader;
+        reader.setLoadPolicy(policy);
+        NqbString text;
+        text.assign(row.text.data(), static_cast<int>(row.text.size()));
+        ASSERT_TRUE(row.file ? reader.openFile(path.c_str()) : reader.openText(text));
+        ::alarm(60);
+        NqDomReadKind kind = reader.next();
+        while (kind != NqDomReadEnd && kind != NqDomReadError) kind = reader.next();
+        ::alarm(0);
+        EXPECT_EQ(kind, expected.empty() ? NqDomReadEnd : NqDomReadError) << str(reader.getErrorMessage());
+        if (expected.empty()) continue;
+        const std::string message = str(reader.getErrorMessage());
+        EXPECT_EQ(message.find("LibXML 34"), 0u) << message;
+        EXPECT_NE(message.find("line "), std::string::npos) << message;
+        // The same reason, but for memory: the reader holds no document.
+        const std::string reason =
+            expected.substr(expected.rfind(": ") == std::string::npos ? 0 : expected.rfind(": ") + 2);
+        if (reason.find(" MB") == std::string::npos)
+            EXPECT_NE(message.find(reason), std::string::npos) << message;
+        else
+            EXPECT_NE(message.find("a text takes more than 64 MB"), std::string::npos) << message;
+    }
+}
+
 INSTANTIATE_TEST_SUITE_P(LoadPolicy, Hostile, ::testing::ValuesIn(kHostile),
                          [](const auto& info) { return std::string(info.param.name); });
 

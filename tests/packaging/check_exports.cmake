@@ -12,6 +12,13 @@ foreach(name nqDomStartup nqDomShutdown nqDomGetInterface nqx_build_number nqx_b
   endif()
 endforeach()
 
+# The pull reader is public API, exported with the document handle.
+foreach(member NqDomReader4next NqDomReader6expand)
+  if(NOT symbols MATCHES "${member}")
+    message(FATAL_ERROR "${member} is not exported")
+  endif()
+endforeach()
+
 foreach(forbidden xercesc NqDomData NqDomTemplateImpl DomConfSerializer NqDomTemplateVariable)
   string(REGEX MATCHALL "[^\n]*${forbidden}[^\n]*" hits "${symbols}")
   if(hits)

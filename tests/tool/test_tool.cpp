@@ -290,6 +290,36 @@ TEST(Tool, ExternalReadsCatalogedDtds) {
     });
 }
 
+TEST(Tool, StreamedFormatAndRecords) {
+    const Files records = {{"r.xml", "<d xmlns:p='u'><b><p:rec id='1'>a\nb&lt;<x/></p:rec><p:rec id='2' xmlns:p='v'>\n  <y/>\n</p:rec>"
+                                     "</b><p:rec><!--c--><p:rec>in</p:rec></p:rec></d>"}};
+    runAll({
+        // Entities expanded, the internal subset left out; indented until the first text.
+        {{"format", "--stream", "--pretty", "$T/rich.xml"}, 0, {
+            "=<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!DOCTYPE r>\n<?pi one?>\n"
+            "<r q=\"say &quot;hi&quot;\" s=\"a\\b\">\n  <p>H<sub>2</sub>O\n <![CDATA[<raw>]]> ent &amp; text <b>in</b></p>\n"
+            "  <q xml:space=\"preserve\"> <x/> </q>\n  <e/>\n</r>\n<!-- c3 -->\n"}, "", kRichFile},
+        // What the streamed form keeps loads as the document itself.
+        {{"format", "--stream", kMenu, "-o", "$T/s.xml", "&&", "format", "$T/s.xml", "-o", "$T/a.xml", "&&",
+          "format", kMenu, "-o", "$T/b.xml"}, 0, {"="}, "", {}, {{"a.xml", "=@$T/b.xml"}, {"s.xml", "!standalone"}}},
+        {{"records", "p:rec", "$T/r.xml"}, 0, {
+            "=<p:rec id=\"1\" xmlns:p=\"u\">a&#10;b&lt;<x/></p:rec>\n<p:rec id=\"2\" xmlns:p=\"v\"><y/></p:rec>\n"
+            "<p:rec xmlns:p=\"u\"><!--c--><p:rec>in</p:rec></p:rec>\n"}, "", records},
+        {{"records", "--json", "x", "$T/r.xml"}, 0, {
+            "={\"type\": \"element\", \"name\": \"x\", \"attributes\": {\"xmlns:p\": \"u\"}, \"children\": []}\n"},
+            "", records},
+        {{"records", "--json", "p:rec", "-"}, 0, {
+            "={\"type\": \"element\", \"name\": \"p:rec\", \"attributes\": {}, \"children\": [{\"type\": "
+            "\"text\", \"text\": \"1\\n\"}, {\"type\": \"comment\", \"text\": \"c\"}, {\"type\": \"pi\", "
+            "\"target\": \"t\", \"data\": \"d\"}]}\n"}, "", {}, {}, "<r><p:rec>1\n<!--c--><?t d?></p:rec></r>"},
+        // A document cut short fails; a file asked for keeps what it held.
+        {{"records", "b", "-"}, 1, {}, "line 1, column 7: input ended before all started tags were ended", {}, {},
+         "<a><b>"},
+        {{"format", "--stream", "-o", "$T/o.xml", "$T/cut.xml"}, 1, {}, "LibXML 346: file \"$T/cut.xml\", line 1",
+         {{"o.xml", "old"}, {"cut.xml", "<a><b></a>"}}, {{"o.xml", "=old"}, {"*", "=cut.xml o.xml"}}},
+    });
+}
+
 TEST(Tool, Tree) {
     runAll({
         // CDATA and entity text in place, quotes and backslashes escaped.

@@ -4,21 +4,43 @@
 #include "commands.h"
 #include "input.h"
 #include "node_walk.h"
+#include "stream_output.h"
+#include "stream_writer.h"
 
 namespace nqtool {
 namespace {
 
 const CommandInfo kInfo = {
     "format",
-    "format [--pretty] [-o OUT] FILE|-",
+    "format [--pretty] [--stream] [-o OUT] FILE|-",
     "Loads the document in FILE (\"-\": standard input) and writes it back as UTF-8.\n"
     "\n"
     "  --pretty   one element, comment or processing instruction per line, indented\n"
     "             by two spaces, lines ending in LF; only elements that hold nothing\n"
     "             but markup and white space are indented, so mixed content and\n"
     "             xml:space=\"preserve\" keep their text as it is\n"
-    "  -o OUT     write to the file OUT instead of standard output\n",
-    {{"--pretty", false}, {"-o", true}, {"--external", false}, {"--untrusted", false}, {"--skip-dtd", false}},
+    "  --stream   read and write node by node, in constant memory, for a document\n"
+    "             of any size; see below\n"
+    "  -o OUT     write to the file OUT instead of standard output\n"
+    "\n"
+    "Without --stream the document is loaded whole and written as the library's\n"
+    "createXML writes it. With --stream it keeps the attributes in their order and\n"
+    "everything but the layout as in the document, and differs from that form in:\n"
+    "  - the declaration is <?xml version=\"1.0\" encoding=\"UTF-8\"?>, without standalone;\n"
+    "  - entity references are written expanded, and the document type declaration\n"
+    "    keeps its name and identifiers but not its internal subset; attributes it\n"
+    "    gives a default are written out;\n"
+    "  - \">\" in texts is written &gt;, and an element without content as <e/>;\n"
+    "  - with --pretty an element is indented until its first text that is not\n"
+    "    blank, then kept as it is (the whole document is never seen at once);\n"
+    "  - on an error in the document, standard output keeps what was written\n"
+    "    before it (OUT is left as it was).\n",
+    {{"--pretty", false},
+     {"--stream", false},
+     {"-o", true},
+     {"--external", false},
+     {"--untrusted", false},
+     {"--skip-dtd", false}},
     1,
     1};
 
@@ -96,12 +118,35 @@ bool indent(NqDom& doc, std::string* out, NqbString* error) {
     return false;
 }
 
+int streamFormat(const Args& args) {
+    std::string problem;
+    NqDomReader reader;
+    if (!openReader(reader, args.positional[0], &problem)) return failure(kInfo, problem);
+    StreamOutput output;
+    if (!output.open(args.value("-o"), &problem)) return failure(kInfo, problem);
+    {
+        StreamWriter writer(output.file(), args.has("--pretty") ? Layout::Pretty : Layout::Compact);
+        writer.declaration();
+        for (NqDomReadKind kind = reader.next(); kind != NqDomReadEnd; kind = reader.next()) {
+            if (kind == NqDomReadError) {
+                writer.flush();
+                return failure(kInfo, reader.getErrorMessage());
+            }
+            writer.write(reader);
+        }
+        writer.finish();
+    }
+    if (!output.commit(&problem)) return failure(kInfo, problem);
+    return kExitOk;
+}
+
 }  // namespace
 
 int runFormat(const Words& argv) {
     Args args;
     int status = parseArgs(kInfo, argv, &args);
     if (status >= 0) return status;
+    if (args.has("--stream")) return streamFormat(args);
 
     const std::string* output = args.value("-o");
     bool toFile = output && *output != "-";

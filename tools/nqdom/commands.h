@@ -15,6 +15,7 @@ int runTree(const Words& argv);
 int runConf(const Words& argv);
 int runTemplate(const Words& argv);
 int runFill(const Words& argv);
+int runRecords(const Words& argv);
 
 }  // namespace nqtool
 

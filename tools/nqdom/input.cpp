@@ -87,6 +87,14 @@ bool loadDocument(NqDom& doc, const std::string& source, std::string* problem) {
     return loaded;
 }
 
+bool openReader(NqDomReader& reader, const std::string& source, std::string* problem) {
+    if (source == "-") return reader.openDescriptor(0);
+    if (!checkReadable(source, problem)) return false;
+    if (reader.openFile(toNqb(source))) return true;
+    *problem = messageText(reader.getErrorMessage());
+    return false;
+}
+
 bool loadAndSerialize(const std::string& source, NqbString* compact, std::string* problem) {
     NqDom doc;
     if (!loadDocument(doc, source, problem)) return false;

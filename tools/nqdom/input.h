@@ -18,6 +18,8 @@ bool readSource(const std::string& source, NqbString* text, std::string* problem
 // Loads the source into `doc` under the process's load policy: a file with
 // loadFile, so that relative references resolve against its folder.
 bool loadDocument(NqDom& doc, const std::string& source, std::string* problem);
+// Opens `reader` on the source: a file, or standard input for "-".
+bool openReader(NqDomReader& reader, const std::string& source, std::string* problem);
 // Loads the source and gives the library's compact text of it; the document
 // itself is gone when this returns.
 bool loadAndSerialize(const std::string& source, NqbString* compact, std::string* problem);

@@ -22,6 +22,7 @@ const Entry kCommands[] = {
     {"version", nqtool::runVersion, false},  {"format", nqtool::runFormat, true},
     {"tree", nqtool::runTree, true},         {"conf", nqtool::runConf, true},
     {"template", nqtool::runTemplate, true}, {"fill", nqtool::runFill, true},
+    {"records", nqtool::runRecords, true},
 };
 
 // Also the source of the manual page and the shell completion (help_pages.py).
@@ -33,7 +34,10 @@ const char kUsage[] =
     "\n"
     "Commands:\n"
     "  version                              the library's build identity\n"
-    "  format [--pretty] [-o OUT] FILE|-    write a document back as UTF-8\n"
+    "  format [--pretty] [--stream] [-o OUT] FILE|-\n"
+    "                                       write a document back as UTF-8\n"
+    "  records [--json] [-o OUT] NAME FILE|-\n"
+    "                                       every element NAME as one line, streamed\n"
     "  tree [--json] FILE|-                 outline of elements, comments, attributes and text\n"
     "  conf list|get|set|unset FILE ...     read and edit a configuration entries file\n"
     "  template [--json] FILE               variables, namespaces and skeleton of a template\n"
