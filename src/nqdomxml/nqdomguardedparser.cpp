@@ -16,6 +16,7 @@
 
 using xercesc::DOMError;
 using xercesc::InputSource;
+using xercesc::XMLString;
 using xercesc::XMLUni;
 
 namespace {

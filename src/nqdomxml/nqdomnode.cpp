@@ -160,4 +160,5 @@ void NqDomNode::remove() {
     DOMNode* parent = node->getParentNode();
     if (parent) parent->removeChild(node);
     m_node = nullptr;
+    m_kind = NqDomNodeNull;  // every member then acts as on a null handle
 }

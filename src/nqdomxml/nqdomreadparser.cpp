@@ -352,8 +352,12 @@ void NqReadParser::endElementAt(int depth, const XMLCh* name) {
 
 void NqReadParser::doctypeDecl(const xercesc::DTDElementDecl& element, const XMLCh* publicId,
                                const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) {
-    if (m_policy == NqDomLoadUntrusted)
-        refuse(NqbString("a document type declaration, which this load policy does not accept"));
+    // As for a load: only a declaration that names the root alone.
+    const bool bare = (!publicId || !*publicId) && (!systemId || !*systemId) && !hasIntSubset;
+    if (m_policy == NqDomLoadUntrusted && !bare)
+        refuse(
+            NqbString("a document type declaration with an identifier or internal subset, which this "
+                      "load policy does not accept"));
     NqReadEvent& event = push(NqDomReadDocumentType, 0);
     assignUtf8(event.name, element.getFullName());
     assignUtf8(event.publicId, publicId);
@@ -389,7 +393,8 @@ void NqReadParser::error(unsigned int, const XMLCh*, xercesc::XMLErrorReporter::
 
 xercesc::InputSource* NqReadParser::resolveEntity(xercesc::XMLResourceIdentifier* resource) {
     NqbString why;
-    xercesc::InputSource* source = nqDomGuardResource(m_policy, *resource, m_transcoder, m_catalog, m_manager, &why);
+    xercesc::InputSource* source =
+        nqDomGuardResource(m_policy, *resource, m_transcoder, m_catalog, m_manager, &why);
     if (!why.isNull()) m_pending = why;
     return source ? source : SAX2XMLReaderImpl::resolveEntity(resource);
 }

@@ -73,18 +73,20 @@ NqbString localPath(const XMLResourceIdentifier& resource, NqXMLTranscoder& tran
 }  // namespace
 
 InputSource* nqDomGuardResource(NqDomLoadPolicy policy, const XMLResourceIdentifier& resource,
-                                NqXMLTranscoder& transcoder, NqCatalog& catalog, xercesc::MemoryManager* manager,
-                                NqbString* why) {
+                                NqXMLTranscoder& transcoder, NqCatalog& catalog,
+                                xercesc::MemoryManager* manager, NqbString* why) {
     const XMLCh* systemId = resource.getSystemId();
     if (policy >= NqDomLoadSelfContained)
-        return refused(systemId,
-                       named(systemId, transcoder, "is outside the text, and this load policy reads nothing outside it"),
-                       manager, why);
+        return refused(
+            systemId,
+            named(systemId, transcoder, "is outside the text, and this load policy reads nothing outside it"),
+            manager, why);
     const std::string mapped = catalog.resolve(transcoder.toNqb(resource.getPublicId()).asCstr(),
                                                transcoder.toNqb(systemId).asCstr());
     if (!mapped.empty()) {
         const NqbString file(mapped.c_str());
-        if (isSpecialFile(file)) return refused(systemId, named(systemId, transcoder, "is not a regular file"), manager, why);
+        if (isSpecialFile(file))
+            return refused(systemId, named(systemId, transcoder, "is not a regular file"), manager, why);
         return new xercesc::LocalFileInputSource(transcoder.fromNqb(file), manager);
     }
     if (!XMLString::startsWithI(systemId, kFileScheme) && XMLString::patternMatch(systemId, kSchemeEnd) >= 0)

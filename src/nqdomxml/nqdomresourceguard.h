@@ -15,7 +15,8 @@ class NqCatalog;
 // `policy`: null to let the engine resolve it itself, the local copy an XML
 // catalog maps it to, or a source that opens nothing, with the reason in
 // *why. Nothing is fetched from the network. The caller owns the source.
-xercesc::InputSource* nqDomGuardResource(NqDomLoadPolicy policy, const xercesc::XMLResourceIdentifier& resource,
+xercesc::InputSource* nqDomGuardResource(NqDomLoadPolicy policy,
+                                         const xercesc::XMLResourceIdentifier& resource,
                                          NqXMLTranscoder& transcoder, NqCatalog& catalog,
                                          xercesc::MemoryManager* manager, NqbString* why);
 

@@ -78,6 +78,12 @@ TEST_F(NodeKinds, EveryKindIsWalkedInDocumentOrder) {
     EXPECT_TRUE(cdata.getName().isNull());
     EXPECT_TRUE(cdata.addChild(NqbString("x")).null());
     EXPECT_FALSE(cdata.setAttributeValue("a", "1"));
+    // A removed element's handle is a null one for every member.
+    NqDomNode b = root.getFirstChildNode().getNextSiblingNode().getNextSiblingNode().getFirstChildNode();
+    b.remove();
+    EXPECT_EQ(b.getKind(), NqDomNodeNull);
+    EXPECT_TRUE(b.getFirstChild(false).null());
+    EXPECT_EQ(b.getAttributeCount(), 0);
 }
 
 TEST_F(NodeKinds, TextOfASubtreeInDocumentOrder) {
