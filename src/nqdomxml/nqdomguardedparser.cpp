@@ -88,15 +88,11 @@ InputSource* NqGuardedParser::resolveEntity(xercesc::XMLResourceIdentifier* reso
     return source ? source : DOMLSParserImpl::resolveEntity(resource);
 }
 
-// Untrusted accepts a declaration that only names the root, as HTML's does;
-// the engine has read nothing of the subsets yet.
+// The engine has read nothing of the subsets yet.
 void NqGuardedParser::doctypeDecl(const xercesc::DTDElementDecl& element, const XMLCh* publicId,
                                   const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) {
-    const bool bare = (!publicId || !*publicId) && (!systemId || !*systemId) && !hasIntSubset;
-    if (m_policy == NqDomLoadUntrusted && !bare)
-        refuse(
-            NqbString("a document type declaration with an identifier or internal subset, which this "
-                      "load policy does not accept"));
+    const NqbString refused = nqDomDoctypeRefusal(m_policy, publicId, systemId, hasIntSubset);
+    if (!refused.isNull()) refuse(refused);
     if (systemId && *systemId) m_dtd = systemId;
     DOMLSParserImpl::doctypeDecl(element, publicId, systemId, hasIntSubset, hasExtSubset);
 }

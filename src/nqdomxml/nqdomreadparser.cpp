@@ -352,12 +352,8 @@ void NqReadParser::endElementAt(int depth, const XMLCh* name) {
 
 void NqReadParser::doctypeDecl(const xercesc::DTDElementDecl& element, const XMLCh* publicId,
                                const XMLCh* systemId, bool hasIntSubset, bool hasExtSubset) {
-    // As for a load: only a declaration that names the root alone.
-    const bool bare = (!publicId || !*publicId) && (!systemId || !*systemId) && !hasIntSubset;
-    if (m_policy == NqDomLoadUntrusted && !bare)
-        refuse(
-            NqbString("a document type declaration with an identifier or internal subset, which this "
-                      "load policy does not accept"));
+    const NqbString refused = nqDomDoctypeRefusal(m_policy, publicId, systemId, hasIntSubset);
+    if (!refused.isNull()) refuse(refused);
     NqReadEvent& event = push(NqDomReadDocumentType, 0);
     assignUtf8(event.name, element.getFullName());
     assignUtf8(event.publicId, publicId);

@@ -95,3 +95,12 @@ InputSource* nqDomGuardResource(NqDomLoadPolicy policy, const XMLResourceIdentif
         return refused(systemId, named(systemId, transcoder, "is not a regular file"), manager, why);
     return nullptr;
 }
+
+NqbString nqDomDoctypeRefusal(NqDomLoadPolicy policy, const XMLCh* publicId, const XMLCh* systemId,
+                              bool hasIntSubset) {
+    const bool bare = (!publicId || !*publicId) && (!systemId || !*systemId) && !hasIntSubset;
+    if (policy != NqDomLoadUntrusted || bare) return NqbString();
+    return NqbString(
+        "a document type declaration with an identifier or internal subset, which this load policy does not "
+        "accept");
+}

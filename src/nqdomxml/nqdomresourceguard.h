@@ -20,4 +20,10 @@ xercesc::InputSource* nqDomGuardResource(NqDomLoadPolicy policy,
                                          NqXMLTranscoder& transcoder, NqCatalog& catalog,
                                          xercesc::MemoryManager* manager, NqbString* why);
 
+// Why `policy` refuses a document type declaration with these parts; a null
+// string when it accepts it. Untrusted takes one that names the root alone,
+// as HTML's does.
+NqbString nqDomDoctypeRefusal(NqDomLoadPolicy policy, const XMLCh* publicId, const XMLCh* systemId,
+                              bool hasIntSubset);
+
 #endif
