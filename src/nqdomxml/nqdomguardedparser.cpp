@@ -61,17 +61,15 @@ const xercesc::Locator* NqGuardedParser::locator() const {
 
 bool NqGuardedParser::handleError(const DOMError& error) {
     if (error.getSeverity() == DOMError::DOM_SEVERITY_WARNING) return true;
-    if (failed()) return false;
-    m_reason = m_pending.isNull() ? m_transcoder.toNqb(error.getMessage()) : m_pending;
+    if (m_failure.failed()) return false;
     const xercesc::DOMLocator* at = error.getLocation();
-    m_uri = m_transcoder.toNqb(at->getURI());
-    m_line = at->getLineNumber();
-    m_column = at->getColumnNumber();
+    m_failure.record(m_transcoder.toNqb(error.getMessage()), m_transcoder.toNqb(at->getURI()),
+                     at->getLineNumber(), at->getColumnNumber());
     return false;
 }
 
 void NqGuardedParser::refuse(const NqbString& reason) {
-    m_pending = reason;
+    m_failure.pending = reason;
     getScanner()->emitError(xercesc::XMLErrs::InvalidDocumentStructure);
 }
 
@@ -84,7 +82,7 @@ InputSource* NqGuardedParser::resolveEntity(xercesc::XMLResourceIdentifier* reso
     NqbString why;
     InputSource* source =
         nqDomGuardResource(m_policy, *resource, m_transcoder, m_catalog, getMemoryManager(), &why);
-    if (!why.isNull()) m_pending = why;
+    if (!why.isNull()) m_failure.pending = why;
     return source ? source : DOMLSParserImpl::resolveEntity(resource);
 }
 
@@ -104,16 +102,17 @@ void NqGuardedParser::error(unsigned int code, const XMLCh* domain, xercesc::XML
                             XMLFileLoc column) {
     // The engine's transcoders fail with an exception about a byte; the
     // encoding it was reading in explains it.
-    if (isBadByte(domain, code) && m_pending.isNull()) {
+    if (isBadByte(domain, code) && m_failure.pending.isNull()) {
         const XMLCh* encoding = getScanner()->getReaderMgr()->getCurrentEncodingStr();
-        m_pending = nqbStringFormat("the bytes are not %s, the encoding declared or implied: %s",
-                                    m_transcoder.toNqb(encoding).asCstr(), m_transcoder.toNqb(text).asCstr());
+        m_failure.pending =
+            nqbStringFormat("the bytes are not %s, the encoding declared or implied: %s",
+                            m_transcoder.toNqb(encoding).asCstr(), m_transcoder.toNqb(text).asCstr());
     }
     if (m_skipDtd && XMLString::equals(domain, XMLUni::fgValidityDomain)) {
         if (code != xercesc::XMLValid::VC_EntityNotFound) return;
-        if (m_pending.isNull())
-            m_pending = nqbStringFormat("%s, and the DTD that may declare it was not read",
-                                        m_transcoder.toNqb(text).asCstr());
+        if (m_failure.pending.isNull())
+            m_failure.pending = nqbStringFormat("%s, and the DTD that may declare it was not read",
+                                                m_transcoder.toNqb(text).asCstr());
     }
     DOMLSParserImpl::error(code, domain, type, text, systemId, publicId, line, column);
 }

@@ -13,6 +13,7 @@
 #include "nqdom.h"
 #include "nqdomxml/nqdomcatalog.h"
 #include "nqdomxml/nqdomlsparser.h"
+#include "nqdomxml/nqdomrefusal.h"
 
 class NqGuardedParser : public NqDomLSParser, private xercesc::DOMErrorHandler {
 public:
@@ -21,13 +22,8 @@ public:
     NqGuardedParser(NqDomLoadPolicy policy, NqXMLTranscoder& transcoder, xercesc::MemoryManager* manager,
                     XMLSize_t expansions, bool skipDtd);
 
-    // The first error, or a refusal of the policy: false while there is none.
-    bool failed() const { return !m_reason.isNull(); }
-    const NqbString& reason() const { return m_reason; }
-    // Where it happened: the system identifier of the entity, line, column.
-    const NqbString& where() const { return m_uri; }
-    XMLFileLoc line() const { return m_line; }
-    XMLFileLoc column() const { return m_column; }
+    // The first error, or a refusal of the policy.
+    const NqParseFailure& failure() const { return m_failure; }
     const xercesc::Locator* locator() const;
 
 protected:
@@ -56,11 +52,7 @@ private:
     // The system identifier of the external DTD, until it is asked for.
     std::u16string m_dtd;
     int m_depth = 0;
-    NqbString m_pending;
-    NqbString m_reason;
-    NqbString m_uri;
-    XMLFileLoc m_line = 0;
-    XMLFileLoc m_column = 0;
+    NqParseFailure m_failure;
 };
 
 #endif

@@ -61,9 +61,15 @@ void collectBelow(DOMNode* top, TextPieces& pieces) {
     }
 }
 
-const DOMDocumentType* asDocumentType(void* node, NqDomNodeKind kind) {
-    if (kind != NqDomNodeDocumentType) return nullptr;
-    return static_cast<DOMDocumentType*>(static_cast<DOMNode*>(node));
+// One part of a document type: a null string for other kinds, and where
+// the declaration has no such part.
+NqbString documentTypePart(void* node, NqDomNodeKind kind, NqXMLTranscoder* transcoder,
+                           const XMLCh* (DOMDocumentType::*part)() const) {
+    NqbString text;
+    if (kind != NqDomNodeDocumentType) return text;
+    const DOMDocumentType* type = static_cast<DOMDocumentType*>(static_cast<DOMNode*>(node));
+    if (const XMLCh* value = (type->*part)()) transcoder->toNqb(value, text);
+    return text;
 }
 
 }  // namespace
@@ -113,22 +119,13 @@ NqbString NqDomNode::getText() const {
 }
 
 NqbString NqDomNode::getPublicId() const {
-    NqbString id;
-    const DOMDocumentType* type = asDocumentType(m_node, getKind());
-    if (type && type->getPublicId()) m_transcoder->toNqb(type->getPublicId(), id);
-    return id;
+    return documentTypePart(m_node, getKind(), m_transcoder, &DOMDocumentType::getPublicId);
 }
 
 NqbString NqDomNode::getSystemId() const {
-    NqbString id;
-    const DOMDocumentType* type = asDocumentType(m_node, getKind());
-    if (type && type->getSystemId()) m_transcoder->toNqb(type->getSystemId(), id);
-    return id;
+    return documentTypePart(m_node, getKind(), m_transcoder, &DOMDocumentType::getSystemId);
 }
 
 NqbString NqDomNode::getInternalSubset() const {
-    NqbString subset;
-    const DOMDocumentType* type = asDocumentType(m_node, getKind());
-    if (type && type->getInternalSubset()) m_transcoder->toNqb(type->getInternalSubset(), subset);
-    return subset;
+    return documentTypePart(m_node, getKind(), m_transcoder, &DOMDocumentType::getInternalSubset);
 }

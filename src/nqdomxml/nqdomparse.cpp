@@ -137,10 +137,11 @@ bool loadGuarded(NqDomData* data, const NqbString& text, const NqbString& system
         data->m_parser = parser;
         budget.watch(parser->locator());
         DOMElement* root = parse(data, text, systemId);
-        if (parser->failed()) {
+        const NqParseFailure& failure = parser->failure();
+        if (failure.failed()) {
             const NqbString utf16 = utf16Problem(text);
-            data->m_errorMessage = nqDomRefusal(systemId, fromFile, parser->where(), parser->line(),
-                                                parser->column(), utf16.isNull() ? parser->reason() : utf16);
+            data->m_errorMessage = nqDomRefusal(systemId, fromFile, failure.uri, failure.line, failure.column,
+                                                utf16.isNull() ? failure.reason : utf16);
             return false;
         }
         budget.lift();

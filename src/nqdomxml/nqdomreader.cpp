@@ -76,8 +76,8 @@ NqDomReadKind NqDomReaderState::fill() {
     }
     current = nullptr;
     kind = NqDomReadError;
-    error =
-        nqDomRefusal(systemId, fromFile, parser->where(), parser->line(), parser->column(), parser->reason());
+    const NqParseFailure& failure = parser->failure();
+    error = nqDomRefusal(systemId, fromFile, failure.uri, failure.line, failure.column, failure.reason);
     return kind;
 }
 

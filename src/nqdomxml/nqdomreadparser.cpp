@@ -176,12 +176,12 @@ bool NqReadParser::guarded(Parse parse) {
         // The parser is past repair; it is only destroyed from here on.
         NqMemoryBudget* over = m_budget && m_budget->exceeded() ? m_budget : nullptr;
         if (m_recordBudget && m_recordBudget->exceeded()) over = m_recordBudget;
-        m_reason = over ? nqbStringFormat("the document takes more than %zu MB of memory to read",
-                                          over->limit() >> 20)
-                        : NqbString("out of memory");
+        m_failure.reason = over ? nqbStringFormat("the document takes more than %zu MB of memory to read",
+                                                  over->limit() >> 20)
+                                : NqbString("out of memory");
         if (over) {
-            m_line = over == m_budget ? m_budget->line() : m_markLine;
-            m_column = over == m_budget ? m_budget->column() : m_markColumn;
+            m_failure.line = over == m_budget ? m_budget->line() : m_markLine;
+            m_failure.column = over == m_budget ? m_budget->column() : m_markColumn;
         }
     } catch (const xercesc::XMLException& e) {
         fail(m_transcoder.toNqb(e.getMessage()));
@@ -193,17 +193,17 @@ bool NqReadParser::guarded(Parse parse) {
 
 void NqReadParser::fail(const NqbString& reason) {
     if (failed()) return;
-    m_reason = reason;
+    m_failure.reason = reason;
     // Between engine calls the position is where the last node ended.
     const xercesc::Locator* at = m_locating->m_locator;
     if (!at || !m_parsing) {
-        m_line = m_markLine;
-        m_column = m_markColumn;
+        m_failure.line = m_markLine;
+        m_failure.column = m_markColumn;
         return;
     }
-    m_line = at->getLineNumber();
-    m_column = at->getColumnNumber();
-    m_uri = m_transcoder.toNqb(at->getSystemId());
+    m_failure.uri = m_transcoder.toNqb(at->getSystemId());
+    m_failure.line = at->getLineNumber();
+    m_failure.column = at->getColumnNumber();
 }
 
 void NqReadParser::refuse(const NqbString& reason) {
@@ -378,12 +378,7 @@ void NqReadParser::error(unsigned int, const XMLCh*, xercesc::XMLErrorReporter::
                          const XMLCh* text, const XMLCh* systemId, const XMLCh*, XMLFileLoc line,
                          XMLFileLoc column) {
     if (type == xercesc::XMLErrorReporter::ErrType_Warning) return;
-    if (!failed()) {
-        m_reason = m_pending.isNull() ? m_transcoder.toNqb(text) : m_pending;
-        m_uri = m_transcoder.toNqb(systemId);
-        m_line = line;
-        m_column = column;
-    }
+    m_failure.record(m_transcoder.toNqb(text), m_transcoder.toNqb(systemId), line, column);
     if (type != xercesc::XMLErrorReporter::ErrType_Fatal) throw Stop();
 }
 
@@ -391,6 +386,6 @@ xercesc::InputSource* NqReadParser::resolveEntity(xercesc::XMLResourceIdentifier
     NqbString why;
     xercesc::InputSource* source =
         nqDomGuardResource(m_policy, *resource, m_transcoder, m_catalog, m_manager, &why);
-    if (!why.isNull()) m_pending = why;
+    if (!why.isNull()) m_failure.pending = why;
     return source ? source : SAX2XMLReaderImpl::resolveEntity(resource);
 }

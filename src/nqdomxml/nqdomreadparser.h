@@ -15,6 +15,7 @@
 #include "nqdom.h"
 #include "nqdomxml/nqdomcatalog.h"
 #include "nqdomxml/nqdomrecordbuilder.h"
+#include "nqdomxml/nqdomrefusal.h"
 
 class NqMemoryBudget;
 XERCES_CPP_NAMESPACE_BEGIN
@@ -55,11 +56,8 @@ public:
     // One engine step; false when the parse is over, at its end or failed.
     bool step();
     bool ended() const { return m_ended; }
-    bool failed() const { return !m_reason.isNull(); }
-    const NqbString& reason() const { return m_reason; }
-    const NqbString& where() const { return m_uri; }
-    XMLFileLoc line() const { return m_line; }
-    XMLFileLoc column() const { return m_column; }
+    bool failed() const { return m_failure.failed(); }
+    const NqParseFailure& failure() const { return m_failure; }
     // Records `reason` as the failure at the current position unless one is
     // already recorded.
     void fail(const NqbString& reason);
@@ -142,11 +140,7 @@ private:
     bool m_ended = false;
     bool m_parsing = false;
     NqCatalog m_catalog;
-    NqbString m_pending;
-    NqbString m_reason;
-    NqbString m_uri;
-    XMLFileLoc m_line = 0;
-    XMLFileLoc m_column = 0;
+    NqParseFailure m_failure;
 };
 
 #endif

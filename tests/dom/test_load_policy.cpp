@@ -8,6 +8,7 @@
 
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "dom_test_util.h"
 #include "test_files.h"
@@ -101,14 +102,18 @@ void PrintTo(const HostileCase& row, std::ostream* out) {
 
 class Hostile : public ::testing::TestWithParam<HostileCase> {};
 
+// Each bounded policy with the message a row expects of it ("": it loads).
+std::vector<std::pair<NqDomLoadPolicy, std::string>> boundedRuns(const HostileCase& row) {
+    return {{NqDomLoadStrict, row.strict},
+            {NqDomLoadSelfContained, row.selfContained},
+            {NqDomLoadUntrusted, row.untrusted}};
+}
+
 TEST_P(Hostile, FailsWithAMessageUnderEachBoundedPolicy) {
     const HostileCase& row = GetParam();
     HostileFiles files;
     const std::string path = row.file ? files.file(row.file, row.text) : "";
-    const std::pair<NqDomLoadPolicy, std::string> runs[] = {{NqDomLoadStrict, row.strict},
-                                                            {NqDomLoadSelfContained, row.selfContained},
-                                                            {NqDomLoadUntrusted, row.untrusted}};
-    for (const auto& [policy, expected] : runs) {
+    for (const auto& [policy, expected] : boundedRuns(row)) {
         SCOPED_TRACE(policy);
         NqDom dom;
         dom.setLoadPolicy(policy);
@@ -127,10 +132,7 @@ TEST_P(Hostile, StopsTheReaderWhereTheLoadFails) {
     const HostileCase& row = GetParam();
     HostileFiles files;
     const std::string path = row.file ? files.file(row.file, row.text) : "";
-    const std::pair<NqDomLoadPolicy, std::string> runs[] = {{NqDomLoadStrict, row.strict},
-                                                            {NqDomLoadSelfContained, row.selfContained},
-                                                            {NqDomLoadUntrusted, row.untrusted}};
-    for (const auto& [policy, expected] : runs) {
+    for (const auto& [policy, expected] : boundedRuns(row)) {
         SCOPED_TRACE(policy);
         NqDomReader reader;
         reader.setLoadPolicy(policy);
