@@ -146,7 +146,7 @@ void benchWalk(benchmark::State& state, InputKind kind, Library* library) {
 std::map<std::string, std::uint64_t> g_textBytes;
 
 void benchTexts(benchmark::State& state, InputKind kind, Library* library) {
-    g_workbench->use(kind);
+    const Input& input = g_workbench->use(kind);
     if (!g_workbench->loaded(*library)) {
         state.SkipWithError("load failed");
         return;
@@ -162,8 +162,7 @@ void benchTexts(benchmark::State& state, InputKind kind, Library* library) {
         return;
     }
     state.counters["text_bytes"] = static_cast<double>(bytes);
-    state.SetBytesProcessed(
-        static_cast<std::int64_t>(state.iterations() * g_workbench->use(kind).xml.size()));
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * input.xml.size()));
 }
 
 void benchSerialize(benchmark::State& state, InputKind kind, Library* library) {
