@@ -79,7 +79,10 @@ public:
     bool loadFile(const NqbString& fileName);
 
     /// UTF-8 XML text of `node`, or of the whole document for a null handle;
-    /// pretty printing indents and ends lines with CR LF. Null string on failure.
+    /// pretty printing indents and ends lines with CR LF. The text declares
+    /// the namespaces its names are in and reads back as the same nodes.
+    /// Null string on failure, among them text holding a character XML 1.0
+    /// cannot carry, with a message naming the node and the character.
     NqbString createXML(bool prettyPrint, const NqDomNode& node = NqDomNode());
     /// Writes what createXML gives to `fileName`, replacing the file as a
     /// whole; false with the text in getErrorMessage(), the old file kept.

@@ -72,9 +72,15 @@ public:
     void getAttributeNameValue(int index, NqbString* name, NqbString* value) const;
     /// The value of the attribute named `name` as written; null string when absent.
     NqbString getAttributeValue(const NqbString& name) const;
-    /// Creates or replaces an attribute; false when the DOM refuses it.
+    /// Creates or replaces an attribute; false when the DOM refuses it, and
+    /// for a declaration (xmlns, xmlns:p) of a prefix the element's own name
+    /// or namespace-aware attributes bind to another namespace.
     bool setAttributeValue(const NqbString& name, const NqbString& value);
-    /// The same in `namespaceURI`; `qualifiedName` may carry a prefix.
+    /// Creates or replaces an attribute in `namespaceURI`. False, with no
+    /// change, when the DOM refuses it, when the name has no prefix but the
+    /// namespace is not empty (xmlns declarations aside), and when the
+    /// element already binds the prefix to another namespace (through its
+    /// name, another attribute or a declaration): no text could say both.
     bool setAttributeValueNS(const NqbString& namespaceURI, const NqbString& qualifiedName,
                              const NqbString& value);
     /// Removes every attribute (a declared default the DOM puts back may stay).
@@ -153,16 +159,22 @@ public:
     /// A new text child holding `text`, before `reference` (a child of this
     /// node) or last when `reference` is null.
     NqDomNode addText(const NqbString& text, const NqDomNode& reference = NqDomNode());
-    /// A new CDATA section child holding `text`, placed as addText places text.
+    /// A new CDATA section child holding `text`, placed as addText places
+    /// text; a null handle for a text holding a CR, which no section can keep.
     NqDomNode addCData(const NqbString& text, const NqDomNode& reference = NqDomNode());
-    /// A new comment child holding `text`, placed as addText places text.
+    /// A new comment child holding `text`, placed as addText places text; a
+    /// null handle for a text holding "--" or a CR, or ending in "-".
     NqDomNode addComment(const NqbString& text, const NqDomNode& reference = NqDomNode());
-    /// A new processing-instruction child, placed as addText places text.
+    /// A new processing-instruction child, placed as addText places text; a
+    /// null handle for a target that is "xml" in any case, or data holding
+    /// "?>" or a CR or starting with white space (which reads back as separator).
     NqDomNode addProcessingInstruction(const NqbString& target, const NqbString& data,
                                        const NqDomNode& reference = NqDomNode());
     /// Replaces all the content of an element by one text node (none for an
     /// empty text), or sets the data of a text, CDATA section, comment or
-    /// processing instruction. False on other kinds and on a null handle.
+    /// processing instruction. False on other kinds, on a null handle, and
+    /// for a text a section, a comment or a processing instruction cannot
+    /// hold (as for addCData, addComment and addProcessingInstruction).
     bool setText(const NqbString& text);
     /// Removes the attribute named `name` as written; false when the element
     /// has none, on a node that is not an element and on a null handle. A

@@ -9,7 +9,7 @@ build=$1
 seconds=$2
 shift 2
 root=$(cd "$(dirname "$0")/.." && pwd)
-targets=${*:-"load template confserializer transcoder"}
+targets=${*:-"load template confserializer transcoder write"}
 
 failed=0
 for name in $targets; do
@@ -24,7 +24,8 @@ for name in $targets; do
   mkdir -p "$work/corpus"
   cp "$root/fuzz/corpus/$name/"* "$work/corpus/"
   dict=""
-  [ "$name" != transcoder ] && dict="-dict=$root/fuzz/xml.dict"
+  # transcoder and write read bytes that are not XML text.
+  [ "$name" != transcoder ] && [ "$name" != write ] && dict="-dict=$root/fuzz/xml.dict"
   echo "fuzz: $name for ${seconds}s"
   # shellcheck disable=SC2086
   "$exe" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=10 -print_final_stats=1 \

@@ -18,6 +18,9 @@ enum NqLibXmlMessage {
     NQ_MSG_TEXT_REFUSED = 345,         // line, column, reason
     NQ_MSG_FILE_REFUSED = 346,         // file name, line, column, reason
     NQ_MSG_TEXT_TOO_LARGE = 347,       // none
+    NQ_MSG_WRITE_CHARACTER = 348,      // node, character as U+XXXX
+    NQ_MSG_WRITE_PREFIX = 349,         // element, prefix
+    NQ_MSG_WRITE_UNPREFIXED = 350,     // attribute
     NQ_MSG_NO_MEMORY = 444,            // none
     NQ_MSG_WRITE_SHORT = 463,          // file name
     NQ_MSG_IMPORT_EXCEPTION = 471,     // exception message

@@ -1,7 +1,9 @@
 // NqDomNode: the attributes of the designated element.
 #include <xercesc/dom/DOM.hpp>
+#include <xercesc/util/XMLString.hpp>
 
 #include "nqdomnode.h"
+#include "nqdomxml/nqdomnamespaces.h"
 #include "nqdomxmlcopy.h"
 #include "nqxmltranscoder.h"
 
@@ -10,6 +12,7 @@ using xercesc::DOMElement;
 using xercesc::DOMException;
 using xercesc::DOMNamedNodeMap;
 using xercesc::DOMNode;
+using xercesc::XMLString;
 
 namespace {
 
@@ -31,6 +34,37 @@ const XMLCh* attributeValue(DOMNode* attribute) {
     if (!text) return nullptr;
     if (!text->getNextSibling() && text->getNodeType() == DOMNode::TEXT_NODE) return text->getNodeValue();
     return attribute->getNodeValue();
+}
+
+const XMLCh kXmlns[] = u"xmlns";
+
+// The prefix a declaration named `name` binds, when it is one.
+bool declaredPrefix(const XMLCh* name, NqXmlText* prefix) {
+    const NqXmlText whole(name ? name : u"");
+    if (whole == kXmlns) {
+        prefix->clear();
+        return true;
+    }
+    if (whole.compare(0, 6, u"xmlns:") != 0) return false;
+    *prefix = whole.substr(6);
+    return true;
+}
+
+// Whether an attribute named `name` in `uri` would bind a prefix on
+// `element` that the element already binds to another namespace, or is in a
+// namespace without a prefix to say so.
+bool namespaceRefused(DOMElement* element, const XMLCh* uri, const XMLCh* name, const XMLCh* value) {
+    const NqXmlText whole(name ? name : u"");
+    const std::size_t colon = whole.find(u':');
+    const NqXmlText local = colon == NqXmlText::npos ? whole : whole.substr(colon + 1);
+    const DOMNode* replaced = element->getAttributeNodeNS(uri, local.c_str());
+    NqXmlText prefix;
+    if (XMLString::equals(uri, nqXmlnsNamespace) && declaredPrefix(name, &prefix))
+        return nqDomBindingConflicts(element, prefix, value, replaced);
+    if (!uri || !*uri) return false;
+    if (colon == NqXmlText::npos) return true;
+    prefix = whole.substr(0, colon);
+    return prefix != u"xml" && nqDomBindingConflicts(element, prefix, uri, replaced);
 }
 
 }  // namespace
@@ -64,8 +98,13 @@ bool NqDomNode::setAttributeValue(const NqbString& name, const NqbString& value)
     DOMElement* element = asElement(m_node, onElement());
     if (!element) return false;
     const NqXmlCopy nameCopy(m_transcoder->fromNqb(name));
+    const XMLCh* valueText = m_transcoder->fromNqb(value);
+    NqXmlText prefix;
+    if (declaredPrefix(nameCopy.get(), &prefix) &&
+        nqDomBindingConflicts(element, prefix, valueText, element->getAttributeNode(nameCopy.get())))
+        return false;
     try {
-        element->setAttribute(nameCopy.get(), m_transcoder->fromNqb(value));
+        element->setAttribute(nameCopy.get(), valueText);
     } catch (const DOMException&) {
         return false;
     }
@@ -78,8 +117,10 @@ bool NqDomNode::setAttributeValueNS(const NqbString& namespaceURI, const NqbStri
     if (!element) return false;
     const NqXmlCopy uriCopy(m_transcoder->fromNqb(namespaceURI));
     const NqXmlCopy nameCopy(m_transcoder->fromNqb(qualifiedName));
+    const XMLCh* valueText = m_transcoder->fromNqb(value);
+    if (namespaceRefused(element, uriCopy.get(), nameCopy.get(), valueText)) return false;
     try {
-        element->setAttributeNS(uriCopy.get(), nameCopy.get(), m_transcoder->fromNqb(value));
+        element->setAttributeNS(uriCopy.get(), nameCopy.get(), valueText);
     } catch (const DOMException&) {
         return false;
     }

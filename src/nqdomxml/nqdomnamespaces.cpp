@@ -7,6 +7,7 @@
 #include <xercesc/util/XMLString.hpp>
 
 #include "nqdomnode.h"
+#include "nqdomxml/nqdomnamespaces.h"
 #include "nqxmltranscoder.h"
 
 using xercesc::DOMElement;
@@ -16,10 +17,10 @@ using xercesc::XMLString;
 
 namespace {
 
-using XmlText = std::basic_string<XMLCh>;
+using XmlText = NqXmlText;
 
 const XMLCh kXmlNamespace[] = u"http://www.w3.org/XML/1998/namespace";
-const XMLCh kXmlnsNamespace[] = u"http://www.w3.org/2000/xmlns/";
+const XMLCh* const kXmlnsNamespace = nqXmlnsNamespace;
 const XMLCh kXmlns[] = u"xmlns";
 const XMLCh kXml[] = u"xml";
 // Found as undeclared (xmlns=""): the search stops with no namespace.
@@ -70,18 +71,29 @@ const XMLCh* boundByNamespacedAttribute(DOMNode* attribute, const XmlText& prefi
 
 // The binding `element` itself makes for `prefix`: its own namespace, or a
 // declaration among its attributes. Null when it makes none.
+// A namespace-aware element without a prefix and without a namespace
+// unbinds the default namespace: it is written with xmlns="".
+const XMLCh* boundByName(DOMElement* element, const XmlText& prefix) {
+    if (!element->getLocalName() || !samePrefix(element->getPrefix(), prefix)) return nullptr;
+    return element->getNamespaceURI() ? element->getNamespaceURI() : kUnbound;
+}
+
+const XMLCh* boundByAttribute(DOMNode* attribute, const XmlText& prefix, const XmlText& declaration) {
+    if (attribute->getLocalName()) return boundByNamespacedAttribute(attribute, prefix);
+    return declaration == attribute->getNodeName() ? declared(attribute->getNodeValue()) : nullptr;
+}
+
+XmlText declarationName(const XmlText& prefix) {
+    return prefix.empty() ? XmlText(kXmlns) : XmlText(kXmlns) + u":" + prefix;
+}
+
 const XMLCh* boundAt(DOMElement* element, const XmlText& prefix) {
-    if (element->getLocalName() && element->getNamespaceURI() && samePrefix(element->getPrefix(), prefix))
-        return element->getNamespaceURI();
-    const XmlText declaration = prefix.empty() ? XmlText(kXmlns) : XmlText(kXmlns) + u":" + prefix;
+    if (const XMLCh* own = boundByName(element, prefix)) return own;
+    const XmlText declaration = declarationName(prefix);
     DOMNamedNodeMap* attributes = element->getAttributes();
     const XMLSize_t count = attributes ? attributes->getLength() : 0;
     for (XMLSize_t i = 0; i < count; ++i) {
-        DOMNode* attribute = attributes->item(i);
-        const XMLCh* found = attribute->getLocalName() ? boundByNamespacedAttribute(attribute, prefix)
-                             : declaration == attribute->getNodeName() ? declared(attribute->getNodeValue())
-                                                                       : nullptr;
-        if (found) return found;
+        if (const XMLCh* found = boundByAttribute(attributes->item(i), prefix, declaration)) return found;
     }
     return nullptr;
 }
@@ -115,6 +127,27 @@ void assignText(NqXMLTranscoder* transcoder, const XMLCh* text, NqbString* out) 
 }
 
 }  // namespace
+
+const XMLCh nqXmlnsNamespace[] = u"http://www.w3.org/2000/xmlns/";
+
+const XMLCh* nqDomLookupNamespace(DOMNode* node, const NqXmlText& prefix) {
+    return lookup(node, prefix);
+}
+
+bool nqDomBindingConflicts(DOMElement* element, const NqXmlText& prefix, const XMLCh* uri,
+                           const DOMNode* skipped) {
+    // An unbound prefix is found as an empty text, equal to a null `uri`.
+    const auto differs = [uri](const XMLCh* found) { return found && !XMLString::equals(found, uri); };
+    if (differs(boundByName(element, prefix))) return true;
+    const XmlText declaration = declarationName(prefix);
+    DOMNamedNodeMap* attributes = element->getAttributes();
+    const XMLSize_t count = attributes ? attributes->getLength() : 0;
+    for (XMLSize_t i = 0; i < count; ++i) {
+        DOMNode* attribute = attributes->item(i);
+        if (attribute != skipped && differs(boundByAttribute(attribute, prefix, declaration))) return true;
+    }
+    return false;
+}
 
 NqbString NqDomNode::getPrefix() const {
     NqbString prefix;

@@ -1,7 +1,10 @@
 // NqDomNode: inserting before a node, new nodes of every kind, replacing
 // texts and removing one attribute. The DOM checks each edit before it
 // changes anything; its refusals become a null handle or false.
+#include <string>
+
 #include <xercesc/dom/DOM.hpp>
+#include <xercesc/util/XMLString.hpp>
 
 #include "nqdomnode.h"
 #include "nqdomxmlcopy.h"
@@ -11,6 +14,7 @@ using xercesc::DOMDocument;
 using xercesc::DOMElement;
 using xercesc::DOMException;
 using xercesc::DOMNode;
+using xercesc::XMLString;
 
 namespace {
 
@@ -35,6 +39,43 @@ bool placeBefore(DOMNode* parent, DOMNode* child, DOMNode* reference) {
         return false;
     }
     return true;
+}
+
+// What a comment, a section or a processing instruction cannot hold and
+// still be read back as the same text. None can escape a CR, which reading
+// turns into a line end.
+bool hasCarriageReturn(const XMLCh* text) {
+    return text && std::u16string(text).find(u'\r') != std::u16string::npos;
+}
+
+bool commentCanHold(const XMLCh* text) {
+    const std::u16string data(text ? text : u"");
+    return data.find(u"--") == std::u16string::npos && (data.empty() || data.back() != u'-') &&
+           !hasCarriageReturn(text);
+}
+
+// White space after the target only separates it from the data.
+bool instructionCanHold(const XMLCh* data) {
+    if (!data || !*data) return true;
+    if (*data == u' ' || *data == u'\t' || *data == u'\n' || *data == u'\r') return false;
+    return std::u16string(data).find(u"?>") == std::u16string::npos && !hasCarriageReturn(data);
+}
+
+bool reservedTarget(const XMLCh* target) {
+    return XMLString::compareIString(target, u"xml") == 0;
+}
+
+bool dataFits(DOMNode* node, const XMLCh* text) {
+    switch (node->getNodeType()) {
+        case DOMNode::COMMENT_NODE:
+            return commentCanHold(text);
+        case DOMNode::PROCESSING_INSTRUCTION_NODE:
+            return instructionCanHold(text);
+        case DOMNode::CDATA_SECTION_NODE:
+            return !hasCarriageReturn(text);
+        default:
+            return true;
+    }
 }
 
 void removeChildren(DOMNode* node) {
@@ -64,15 +105,17 @@ NqDomNode NqDomNode::addText(const NqbString& text, const NqDomNode& reference) 
 NqDomNode NqDomNode::addCData(const NqbString& text, const NqDomNode& reference) {
     if (getKind() != NqDomNodeElement) return NqDomNode(nullptr, m_transcoder);
     DOMNode* parent = static_cast<DOMNode*>(m_node);
-    return insertBefore(sameDocument(documentOf(parent)->createCDATASection(m_transcoder->fromNqb(text))),
-                        reference);
+    const XMLCh* data = m_transcoder->fromNqb(text);
+    if (hasCarriageReturn(data)) return NqDomNode(nullptr, m_transcoder);
+    return insertBefore(sameDocument(documentOf(parent)->createCDATASection(data)), reference);
 }
 
 NqDomNode NqDomNode::addComment(const NqbString& text, const NqDomNode& reference) {
     if (!takesChildren(getKind())) return NqDomNode(nullptr, m_transcoder);
     DOMNode* parent = static_cast<DOMNode*>(m_node);
-    return insertBefore(sameDocument(documentOf(parent)->createComment(m_transcoder->fromNqb(text))),
-                        reference);
+    const XMLCh* data = m_transcoder->fromNqb(text);
+    if (!commentCanHold(data)) return NqDomNode(nullptr, m_transcoder);
+    return insertBefore(sameDocument(documentOf(parent)->createComment(data)), reference);
 }
 
 NqDomNode NqDomNode::addProcessingInstruction(const NqbString& target, const NqbString& data,
@@ -80,10 +123,12 @@ NqDomNode NqDomNode::addProcessingInstruction(const NqbString& target, const Nqb
     if (!takesChildren(getKind())) return NqDomNode(nullptr, m_transcoder);
     DOMNode* parent = static_cast<DOMNode*>(m_node);
     const NqXmlCopy targetCopy(m_transcoder->fromNqb(target));
+    const XMLCh* dataText = m_transcoder->fromNqb(data);
+    if (reservedTarget(targetCopy.get()) || !instructionCanHold(dataText))
+        return NqDomNode(nullptr, m_transcoder);
     DOMNode* instruction = nullptr;
     try {
-        instruction =
-            documentOf(parent)->createProcessingInstruction(targetCopy.get(), m_transcoder->fromNqb(data));
+        instruction = documentOf(parent)->createProcessingInstruction(targetCopy.get(), dataText);
     } catch (const DOMException&) {
         return NqDomNode(nullptr, m_transcoder);  // a target that is not a name
     }
@@ -98,9 +143,12 @@ bool NqDomNode::setText(const NqbString& text) {
             case NqDomNodeText:
             case NqDomNodeCData:
             case NqDomNodeComment:
-            case NqDomNodeProcessingInstruction:
-                node->setNodeValue(m_transcoder->fromNqb(text));
+            case NqDomNodeProcessingInstruction: {
+                const XMLCh* data = m_transcoder->fromNqb(text);
+                if (!dataFits(node, data)) return false;
+                node->setNodeValue(data);
                 return true;
+            }
             case NqDomNodeElement:
                 removeChildren(node);
                 if (text.length() > 0)

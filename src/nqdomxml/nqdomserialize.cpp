@@ -1,6 +1,7 @@
 // NqDom: writing XML text and files, importing nodes from other documents.
 #include <climits>
 #include <memory>
+#include <string>
 
 #include <xercesc/dom/DOM.hpp>
 #include <xercesc/framework/MemBufFormatTarget.hpp>
@@ -9,6 +10,7 @@
 
 #include "nqdommessages.h"
 #include "nqdomxml/nqdomdata.h"
+#include "nqdomxml/nqdomwriteprep.h"
 
 using xercesc::DOMDocument;
 using xercesc::DOMException;
@@ -44,9 +46,9 @@ void setPrettyPrint(NqXMLTranscoder& transcoder, DOMLSSerializer* serializer) {
     serializer->setNewLine(transcoder.fromC("\r\n"));
 }
 
-// UTF-8 text of `target`; DOM exceptions reach the caller. A text too large
-// for a string is a null string with a message.
-NqbString serialize(NqDomData* data, bool prettyPrint, const DOMNode* target) {
+// UTF-8 text of `node` as the engine writes it; DOM exceptions reach the
+// caller. A text too large for a string is a null string with a message.
+NqbString writeNode(NqDomData* data, bool prettyPrint, const DOMNode* node) {
     NqXMLTranscoder& transcoder = data->m_transcoder;
     OutputPtr output;  // released last, after the buffer it points at
     const SerializerPtr serializer(
@@ -57,7 +59,7 @@ NqbString serialize(NqDomData* data, bool prettyPrint, const DOMNode* target) {
     output->setEncoding(transcoder.fromC("UTF-8"));
     output->setByteStream(&buffer);
     // The result is not consulted: what reached the buffer is the text.
-    serializer->write(target, output.get());
+    serializer->write(node, output.get());
     if (buffer.getLen() >= static_cast<XMLSize_t>(INT_MAX)) {
         data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_TEXT_TOO_LARGE);
         return NqbString();
@@ -67,13 +69,61 @@ NqbString serialize(NqDomData* data, bool prettyPrint, const DOMNode* target) {
     return text;
 }
 
+std::string bytesOf(const NqbString& text) {
+    return std::string(text.asCstr(), static_cast<std::size_t>(text.length()));
+}
+
+// The document written with a stand-in for its root, and the stand-in's text
+// replaced by `root`. The stand-in's text is one the rest of the text does
+// not hold (a comment might).
+NqbString joinRoot(NqDomData* data, bool prettyPrint, NqWritePreparation& preparation, const NqbString& root,
+                   DOMNode* document) {
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        const std::string name = "nq-root-" + std::to_string(attempt);
+        preparation.standInForRoot(data->m_transcoder.fromC(name.c_str()));
+        const NqbString written = writeNode(data, prettyPrint, document);
+        if (written.isNull()) return written;
+        std::string text = bytesOf(written);
+        const std::string tag = "<!--" + name + "-->";
+        const std::size_t at = text.find(tag);
+        if (at == std::string::npos || text.find(tag, at + 1) != std::string::npos) continue;
+        std::string body = bytesOf(root);
+        // Pretty printed alone, an element opens with the line end the document has before it.
+        if (prettyPrint && body.compare(0, 2, "\r\n") == 0 && at >= 2 && text.compare(at - 2, 2, "\r\n") == 0)
+            body.erase(0, 2);
+        text.replace(at, tag.size(), body);
+        if (text.size() >= static_cast<std::size_t>(INT_MAX)) break;
+        NqbString joined;
+        joined.assign(text.data(), static_cast<int>(text.size()));
+        return joined;
+    }
+    data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_TEXT_TOO_LARGE);
+    return NqbString();
+}
+
+// UTF-8 text of `target`, or a null string with a message when it would not
+// read back as the same nodes.
+NqbString serialize(NqDomData* data, bool prettyPrint, DOMNode* target) {
+    NqWritePreparation preparation(target, data->m_transcoder);  // undone when the text is made
+    NqbString problem;
+    if (!preparation.prepare(&problem)) {
+        data->m_errorMessage = problem;
+        return NqbString();
+    }
+    DOMNode* copy = preparation.needsCopy() ? preparation.copy(data->m_implementation) : nullptr;
+    if (!copy) return writeNode(data, prettyPrint, target);
+    const NqbString text = writeNode(data, prettyPrint, copy);
+    if (text.isNull() || target->getNodeType() != DOMNode::DOCUMENT_NODE) return text;
+    return joinRoot(data, prettyPrint, preparation, text, target);
+}
+
 }  // namespace
 
 NqbString NqDom::createXML(bool prettyPrint, const NqDomNode& node) {
     NqDomData* data = m_data;
     // No implementation: nothing can be written, and the text of message 282 stays.
     if (!data->m_initialised) return NqbString();
-    const DOMNode* target = node.null() ? currentDocument(data) : static_cast<const DOMNode*>(node.m_node);
+    DOMNode* target = node.null() ? currentDocument(data) : static_cast<DOMNode*>(node.m_node);
     if (!target) {
         data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_NO_DOCUMENT);
         return NqbString();

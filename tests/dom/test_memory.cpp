@@ -101,3 +101,24 @@ TEST(ResidentMemory, StaysFlatOverAThousandRounds) {
 }
 
 }  // namespace
+
+// Writing a document again and again: what a write makes for itself (the
+// namespace-free copy, split sections) must not stay with the document.
+TEST(ResidentMemory, WritingOneDocumentOverAndOverStaysFlat) {
+#if defined(__SANITIZE_ADDRESS__)
+    GTEST_SKIP() << "AddressSanitizer quarantines freed memory";
+#endif
+    if (std::getenv("NQDOM_UNDER_VALGRIND")) GTEST_SKIP() << "valgrind replaces the allocator";
+    NqDom dom;
+    ASSERT_TRUE(dom.loadXML("<!--before--><r xmlns:p=\"urn:a\"><c k=\"1\">text</c></r><!--after-->"));
+    NqDomNode c = dom.getRoot().getFirstChild(false);
+    c.addChildNS("urn:b", "q:x").setAttributeValueNS("urn:c", "s:k", "a value longer than a short string");
+    c.addCData("a]]>b");
+    for (int i = 0; i < 1000; ++i) dom.createXML(i % 2 == 0);
+    const long before = residentBytes();
+    int written = 0;
+    for (int i = 0; i < 20000; ++i) written += !dom.createXML(i % 2 == 0).isNull();
+    const long growth = residentBytes() - before;
+    EXPECT_EQ(written, 20000);
+    EXPECT_LT(growth, kAllowedGrowthBytes) << "resident memory grew by " << growth << " bytes";
+}

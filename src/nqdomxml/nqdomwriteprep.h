@@ -1,0 +1,78 @@
+// Getting a subtree ready for the engine's serializer, which runs without
+// its own namespace fix-up: the declarations the namespace-aware nodes need
+// are added for the write, CDATA sections holding "]]>" are split, and text
+// XML 1.0 cannot carry is refused.
+#ifndef NQDOMWRITEPREP_H
+#define NQDOMWRITEPREP_H
+
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include <xercesc/dom/DOM.hpp>
+
+#include "nqdomxml/nqdomnamespaces.h"
+#include "nqxmltranscoder.h"
+
+class NqWritePreparation {
+public:
+    NqWritePreparation(xercesc::DOMNode* target, NqXMLTranscoder& transcoder);
+    // Puts the document back as it was and frees what was made for the write.
+    ~NqWritePreparation();
+    NqWritePreparation(const NqWritePreparation&) = delete;
+    NqWritePreparation& operator=(const NqWritePreparation&) = delete;
+
+    // False, with the message naming the node and the reason in `problem`,
+    // when the subtree cannot be written as XML that reads back the same.
+    bool prepare(NqbString* problem);
+    // After prepare: whether the target must be written through a copy.
+    bool needsCopy() const { return m_needsCopy; }
+    // The copy to write: of the target, or of the root when the target is
+    // the document; null when the document has no root.
+    xercesc::DOMNode* copy(xercesc::DOMImplementation* implementation);
+    // Puts a comment holding `text` in the root's place until the next call
+    // or the end; false when there is no root.
+    bool standInForRoot(const XMLCh* text);
+
+private:
+    struct Binding {
+        NqXmlText prefix;
+        NqXmlText uri;  // empty: no namespace
+    };
+
+    bool enter(xercesc::DOMNode* node, NqbString* problem);
+    void leave(xercesc::DOMNode* node);
+    bool enterElement(xercesc::DOMElement* element, NqbString* problem);
+    bool bind(xercesc::DOMElement* element, const NqXmlText& prefix, const NqXmlText& uri,
+              NqbString* problem);
+    bool checkText(xercesc::DOMNode* node, const XMLCh* text, NqbString* problem);
+    NqXmlText modelBinding(const NqXmlText& prefix) const;
+    xercesc::DOMNode* plainCopy(xercesc::DOMNode* node);
+    void restoreRoot();
+    xercesc::DOMNode* splitCData(const XMLCh* text);
+    std::string describe(xercesc::DOMNode* node);
+    std::string utf8(const XMLCh* text);
+
+    xercesc::DOMNode* m_target;
+    xercesc::DOMNode* m_outside;  // where bindings from outside the subtree are looked up
+    xercesc::DOMDocument* m_document;
+    NqXMLTranscoder& m_transcoder;
+    bool m_checkCharacters;
+    bool m_needsCopy = false;
+    xercesc::DOMDocument* m_scratch = nullptr;  // holds the copy
+    xercesc::DOMNode* m_copy = nullptr;
+    xercesc::DOMNode* m_standIn = nullptr;
+    xercesc::DOMNode* m_swappedRoot = nullptr;
+    // What the elements on the way down bind as the node handles read them,
+    // and what the declarations that will be written bind; each element's
+    // bindings start at its mark.
+    std::vector<Binding> m_model;
+    std::vector<std::size_t> m_modelMarks;
+    std::vector<Binding> m_written;
+    std::vector<std::size_t> m_writtenMarks;
+    std::vector<Binding> m_level;  // reused for each element
+    // Declarations the copy of an element carries beyond the element's own.
+    std::unordered_map<const xercesc::DOMNode*, std::vector<Binding>> m_declarations;
+};
+
+#endif
