@@ -74,7 +74,8 @@ NqbString nq(const std::string& text) {
 
 struct Session {
     NqDom dom;
-    NqDom other;  // where imported nodes come from
+    NqDom other;  // where imported nodes come from: loaded,
+    NqDom built;  // and built through the API
     std::vector<NqDomNode> nodes;
 
     void reset() {
@@ -120,7 +121,8 @@ struct Session {
                 node.insertBefore(pick(in), pick(in));
                 return;
             case 9: {
-                if (!other.getRoot().null()) keep(node.addChild(dom.importNode(other.getRoot())));
+                NqDom& from = in.byte() % 2 ? other : built;
+                if (!from.getRoot().null()) keep(node.addChild(dom.importNode(from.getRoot())));
                 return;
             }
             case 10:
@@ -182,6 +184,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Input in(data, size);
     Session session;
     fuzz::check(session.other.loadXML(kDocuments[2]), "the document to import from does not load");
+    fuzz::check(session.built.startNewDocument("s"), "the document to import from cannot be made");
+    fuzz::check(!session.built.getRoot().addCData("a]]>b").null(), "a CDATA section cannot be made");
     session.dom.startNewDocument("r");
     session.reset();
     for (int steps = 0; in.more() && steps < 64; ++steps) session.apply(in);

@@ -4,6 +4,7 @@
 
 #include "nqdommessages.h"
 #include "nqdomxml/nqdomdata.h"
+#include "nqdomxml/nqdomwriteprep.h"
 #include "nqdomxmlcopy.h"
 
 using xercesc::DOMDocument;
@@ -123,9 +124,10 @@ bool NqDom::startNewDocumentNS(const NqbString& namespaceURI, const NqbString& q
     try {
         // The second conversion reuses the transcoder's buffer.
         const NqXmlCopy uri(data->m_transcoder.fromNqb(namespaceURI));
-        adoptDocument(
-            data, data->m_implementation->createDocument(uri.get(), data->m_transcoder.fromNqb(qualifiedName),
-                                                         nullptr, XMLPlatformUtils::fgMemoryManager));
+        DOMDocument* document = data->m_implementation->createDocument(
+            uri.get(), data->m_transcoder.fromNqb(qualifiedName), nullptr, XMLPlatformUtils::fgMemoryManager);
+        nqDomMarkWriteCare(document, NqWriteCareNamespaces);
+        adoptDocument(data, document);
     } catch (const DOMException& e) {
         data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_CREATE_EXCEPTION, static_cast<int>(e.code));
         return false;

@@ -4,6 +4,7 @@
 
 #include "nqdomnode.h"
 #include "nqdomxml/nqdomnamespaces.h"
+#include "nqdomxml/nqdomwriteprep.h"
 #include "nqdomxmlcopy.h"
 #include "nqxmltranscoder.h"
 
@@ -100,7 +101,8 @@ bool NqDomNode::setAttributeValue(const NqbString& name, const NqbString& value)
     const NqXmlCopy nameCopy(m_transcoder->fromNqb(name));
     const XMLCh* valueText = m_transcoder->fromNqb(value);
     NqXmlText prefix;
-    if (declaredPrefix(nameCopy.get(), &prefix) &&
+    const bool declaration = declaredPrefix(nameCopy.get(), &prefix);
+    if (declaration &&
         nqDomBindingConflicts(element, prefix, valueText, element->getAttributeNode(nameCopy.get())))
         return false;
     try {
@@ -108,6 +110,8 @@ bool NqDomNode::setAttributeValue(const NqbString& name, const NqbString& value)
     } catch (const DOMException&) {
         return false;
     }
+    // A namespace-aware name may now stand where the declaration speaks.
+    if (declaration) nqDomMarkWriteCare(element, NqWriteCareNamespaces);
     return true;
 }
 
@@ -124,6 +128,7 @@ bool NqDomNode::setAttributeValueNS(const NqbString& namespaceURI, const NqbStri
     } catch (const DOMException&) {
         return false;
     }
+    nqDomMarkWriteCare(element, NqWriteCareNamespaces);
     return true;
 }
 

@@ -3,6 +3,7 @@
 
 #include "nqdomnode.h"
 #include "nqdomxml/nqdomnodekind.h"
+#include "nqdomxml/nqdomwriteprep.h"
 #include "nqdomxmlcopy.h"
 #include "nqxmltranscoder.h"
 
@@ -133,6 +134,7 @@ NqDomNode NqDomNode::addChildNS(const NqbString& namespaceURI, const NqbString& 
     if (!document) return NqDomNode(nullptr, m_transcoder);
 
     DOMNode* element = createElementNS(document, m_transcoder, namespaceURI, qualifiedName);
+    nqDomMarkWriteCare(element, NqWriteCareNamespaces);
     if (element) node->appendChild(element);
     return NqDomNode(element, m_transcoder);
 }

@@ -7,6 +7,7 @@
 #include <xercesc/util/XMLString.hpp>
 
 #include "nqdomnode.h"
+#include "nqdomxml/nqdomwriteprep.h"
 #include "nqdomxmlcopy.h"
 #include "nqxmltranscoder.h"
 
@@ -107,6 +108,7 @@ NqDomNode NqDomNode::addCData(const NqbString& text, const NqDomNode& reference)
     DOMNode* parent = static_cast<DOMNode*>(m_node);
     const XMLCh* data = m_transcoder->fromNqb(text);
     if (hasCarriageReturn(data)) return NqDomNode(nullptr, m_transcoder);
+    nqDomMarkWriteCare(parent, NqWriteCareCData);
     return insertBefore(sameDocument(documentOf(parent)->createCDATASection(data)), reference);
 }
 
@@ -146,6 +148,7 @@ bool NqDomNode::setText(const NqbString& text) {
             case NqDomNodeProcessingInstruction: {
                 const XMLCh* data = m_transcoder->fromNqb(text);
                 if (!dataFits(node, data)) return false;
+                if (kind == NqDomNodeCData) nqDomMarkWriteCare(node, NqWriteCareCData);
                 node->setNodeValue(data);
                 return true;
             }

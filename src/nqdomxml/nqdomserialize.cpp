@@ -103,7 +103,7 @@ NqbString joinRoot(NqDomData* data, bool prettyPrint, NqWritePreparation& prepar
 
 // UTF-8 text of `target`, or a null string with a message when it would not
 // read back as the same nodes.
-NqbString serialize(NqDomData* data, bool prettyPrint, DOMNode* target) {
+NqbString serializePrepared(NqDomData* data, bool prettyPrint, DOMNode* target) {
     NqWritePreparation preparation(target, data->m_transcoder);  // undone when the text is made
     NqbString problem;
     if (!preparation.prepare(&problem)) {
@@ -115,6 +115,50 @@ NqbString serialize(NqDomData* data, bool prettyPrint, DOMNode* target) {
     const NqbString text = writeNode(data, prettyPrint, copy);
     if (text.isNull() || target->getNodeType() != DOMNode::DOCUMENT_NODE) return text;
     return joinRoot(data, prettyPrint, preparation, text, target);
+}
+
+// Whether an element above `target` declares a prefix, which a write of the
+// subtree alone may have to repeat.
+bool declaredAbove(const DOMNode* target) {
+    for (const DOMNode* node = target->getParentNode(); node; node = node->getParentNode()) {
+        const xercesc::DOMNamedNodeMap* attributes = node->getAttributes();
+        for (XMLSize_t i = 0; attributes && i < attributes->getLength(); ++i) {
+            if (XMLString::startsWith(attributes->item(i)->getNodeName(), u"xmlns")) return true;
+        }
+    }
+    return false;
+}
+
+// A document whose edits brought nothing the engine could write wrongly is
+// written by it directly; the engine refuses characters XML 1.0 cannot carry
+// everywhere but in CDATA, and only then is the document looked at to say
+// where.
+NqbString serialize(NqDomData* data, bool prettyPrint, DOMNode* target) {
+    if (nqDomWriteCare(target) != 0 || declaredAbove(target)) return serializePrepared(data, prettyPrint, target);
+    try {
+        return writeNode(data, prettyPrint, target);
+    } catch (const DOMException&) {
+        NqWritePreparation preparation(target, data->m_transcoder);
+        NqbString problem;
+        if (preparation.prepare(&problem)) throw;
+        data->m_errorMessage = problem;
+        return NqbString();
+    }
+}
+
+// What a copy of `source` may bring that its write must prepare for; the
+// copied tree is not looked at.
+unsigned importedCare(const DOMNode* source) {
+    switch (source->getNodeType()) {
+        case DOMNode::TEXT_NODE:
+        case DOMNode::COMMENT_NODE:
+        case DOMNode::PROCESSING_INSTRUCTION_NODE:
+            return 0;
+        case DOMNode::CDATA_SECTION_NODE:
+            return NqWriteCareCData;
+        default:
+            return NqWriteCareAll;
+    }
 }
 
 }  // namespace
@@ -158,7 +202,10 @@ NqDomNode NqDom::importNode(const NqDomNode& node) {
         return none;
     }
     try {
-        return NqDomNode(document->importNode(static_cast<DOMNode*>(node.m_node), true), &data->m_transcoder);
+        DOMNode* source = static_cast<DOMNode*>(node.m_node);
+        DOMNode* copy = document->importNode(source, true);
+        nqDomMarkWriteCare(document, importedCare(source));
+        return NqDomNode(copy, &data->m_transcoder);
     } catch (const DOMException& e) {
         const TranscodedPtr text(XMLString::transcode(e.getMessage(), XMLPlatformUtils::fgMemoryManager));
         data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_IMPORT_EXCEPTION, text ? text.get() : "");

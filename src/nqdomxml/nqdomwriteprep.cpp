@@ -5,6 +5,7 @@
 // duration of the write.
 #include "nqdomxml/nqdomwriteprep.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 
@@ -107,15 +108,35 @@ bool walkSubtree(DOMNode* top, Enter enter, Leave leave) {
     }
 }
 
+const XMLCh kCareKey[] = u"nqdom-write-care";
+
+xercesc::DOMDocument* documentOf(DOMNode* node) {
+    return node->getNodeType() == DOMNode::DOCUMENT_NODE ? static_cast<xercesc::DOMDocument*>(node)
+                                                         : node->getOwnerDocument();
+}
+
 }  // namespace
+
+void nqDomMarkWriteCare(DOMNode* node, unsigned care) {
+    xercesc::DOMDocument* document = node ? documentOf(node) : nullptr;
+    if (!document) return;
+    const unsigned now = nqDomWriteCare(document);
+    if ((now | care) == now) return;
+    document->setUserData(kCareKey, reinterpret_cast<void*>(static_cast<std::uintptr_t>(now | care)), nullptr);
+}
+
+unsigned nqDomWriteCare(DOMNode* node) {
+    xercesc::DOMDocument* document = node ? documentOf(node) : nullptr;
+    if (!document) return 0;
+    return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(document->getUserData(kCareKey)));
+}
 
 NqWritePreparation::NqWritePreparation(DOMNode* target, NqXMLTranscoder& transcoder)
     : m_target(target),
       m_outside(target->getParentNode()),
       m_transcoder(transcoder),
       m_checkCharacters(true) {
-    m_document = target->getNodeType() == DOMNode::DOCUMENT_NODE ? static_cast<xercesc::DOMDocument*>(target)
-                                                                 : target->getOwnerDocument();
+    m_document = documentOf(target);
     // XML 1.1 carries other characters; the engine answers for those.
     m_checkCharacters = !XMLString::equals(m_document->getXmlVersion(), u"1.1");
 }
@@ -312,6 +333,8 @@ bool NqWritePreparation::bind(DOMElement* element, const NqXmlText& prefix, cons
             NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_PREFIX, describe(element).c_str(), utf8(prefix.c_str()).c_str());
         return false;
     }
+    // A declaration repeated from outside the subtree brings its value along.
+    if (!checkText(element, uri.c_str(), problem)) return false;
     m_declarations[element].push_back({prefix, uri});
     m_needsCopy = true;
     m_written.push_back({prefix, uri});

@@ -14,6 +14,17 @@
 #include "nqdomxml/nqdomnamespaces.h"
 #include "nqxmltranscoder.h"
 
+// What a document may hold that its write has to prepare for, kept on the
+// document by the edits that make it: loaded documents and documents built
+// with plain names and no declarations are written by the engine directly.
+enum NqWriteCare : unsigned {
+    NqWriteCareNamespaces = 1,  // namespace-aware nodes beside declarations
+    NqWriteCareCData = 2,       // CDATA sections with text of the host's
+    NqWriteCareAll = 3
+};
+void nqDomMarkWriteCare(xercesc::DOMNode* node, unsigned care);
+unsigned nqDomWriteCare(xercesc::DOMNode* node);
+
 class NqWritePreparation {
 public:
     NqWritePreparation(xercesc::DOMNode* target, NqXMLTranscoder& transcoder);
