@@ -270,20 +270,26 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
     m_writtenMarks.push_back(m_written.size());
     if (element->getLocalName()) {
         model.push_back({textOf(element->getPrefix()), textOf(element->getNamespaceURI())});
-        m_needsCopy = true;
+        m_namespaceAware = true;
+        m_defaultNamespace = m_defaultNamespace || (model.back().prefix.empty() && !model.back().uri.empty());
     }
     DOMNamedNodeMap* attributes = element->getAttributes();
     const XMLSize_t count = attributes->getLength();
     for (XMLSize_t i = 0; i < count; ++i) {
         DOMNode* attribute = attributes->item(i);
         NqXmlText prefix;
-        if (isDeclaration(attribute, &prefix)) {
+        const bool declaration = isDeclaration(attribute, &prefix);
+        if (declaration) {
+            m_defaultNamespace = m_defaultNamespace || prefix.empty();
             model.push_back({prefix, textOf(attributeValue(attribute))});
             m_written.push_back(model.back());
         } else if (attribute->getLocalName() && attribute->getPrefix() && attribute->getNamespaceURI()) {
             model.push_back({textOf(attribute->getPrefix()), textOf(attribute->getNamespaceURI())});
         }
-        m_needsCopy = m_needsCopy || attribute->getLocalName();
+        if (attribute->getLocalName())
+            m_namespaceAware = true;
+        else if (declaration)
+            m_plainDeclarations = true;
         if (!checkText(attribute, attributeValue(attribute), problem)) return false;
     }
     // Searched from the back, so the first the handles would find goes last.
@@ -292,11 +298,11 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
     // What each name needs: its own namespace, or what the handles resolve
     // its prefix to.
     if (element->getLocalName()) {
-        if (!bind(element, textOf(element->getPrefix()), textOf(element->getNamespaceURI()), problem))
+        if (!bind(element, textOf(element->getPrefix()), textOf(element->getNamespaceURI()), true, problem))
             return false;
     } else {
         const NqXmlText prefix = prefixOf(element->getNodeName());
-        if (!bind(element, prefix, modelBinding(prefix), problem)) return false;
+        if (!bind(element, prefix, modelBinding(prefix), false, problem)) return false;
     }
     for (XMLSize_t i = 0; i < count; ++i) {
         DOMNode* attribute = attributes->item(i);
@@ -308,19 +314,21 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
                 *problem = NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_UNPREFIXED, describe(attribute).c_str());
                 return false;
             }
-            if (!bind(element, textOf(attribute->getPrefix()), textOf(attribute->getNamespaceURI()), problem))
+            if (!bind(element, textOf(attribute->getPrefix()), textOf(attribute->getNamespaceURI()), true,
+                      problem))
                 return false;
             continue;
         }
         prefix = prefixOf(attribute->getNodeName());
-        if (!prefix.empty() && !bind(element, prefix, modelBinding(prefix), problem)) return false;
+        if (!prefix.empty() && !bind(element, prefix, modelBinding(prefix), false, problem)) return false;
     }
     return true;
 }
 
-// Makes the declarations written at `element` bind `prefix` to `uri`.
+// Makes the declarations written at `element` bind `prefix` to `uri`, for a
+// name that is namespace-aware or not.
 bool NqWritePreparation::bind(DOMElement* element, const NqXmlText& prefix, const NqXmlText& uri,
-                              NqbString* problem) {
+                              bool namespaceAware, NqbString* problem) {
     if (reserved(prefix)) return true;
     std::size_t found = m_written.size();
     while (found > 0 && m_written[found - 1].prefix != prefix) --found;
@@ -336,7 +344,8 @@ bool NqWritePreparation::bind(DOMElement* element, const NqXmlText& prefix, cons
     // A declaration repeated from outside the subtree brings its value along.
     if (!checkText(element, uri.c_str(), problem)) return false;
     m_declarations[element].push_back({prefix, uri});
-    m_needsCopy = true;
+    // The engine declares a prefixed namespace-aware name's namespace itself.
+    m_engineDeclaresAll = m_engineDeclaresAll && namespaceAware && !uri.empty() && !prefix.empty();
     m_written.push_back({prefix, uri});
     return true;
 }

@@ -36,8 +36,15 @@ public:
     // False, with the message naming the node and the reason in `problem`,
     // when the subtree cannot be written as XML that reads back the same.
     bool prepare(NqbString* problem);
-    // After prepare: whether the target must be written through a copy.
-    bool needsCopy() const { return m_needsCopy; }
+    // After prepare: whether the target must be written through a copy. The
+    // engine's own fix-up sees only namespace-aware declarations, and adds
+    // those that prefixed namespace-aware names need; with a default
+    // namespace it undeclares it in places of its own choosing. It writes
+    // the tree right when there is none and it adds every declaration.
+    bool needsCopy() const {
+        return m_needsCopy || !m_engineDeclaresAll ||
+               (m_namespaceAware && (m_plainDeclarations || m_defaultNamespace));
+    }
     // The copy to write: of the target, or of the root when the target is
     // the document; null when the document has no root.
     xercesc::DOMNode* copy(xercesc::DOMImplementation* implementation);
@@ -54,7 +61,7 @@ private:
     bool enter(xercesc::DOMNode* node, NqbString* problem);
     void leave(xercesc::DOMNode* node);
     bool enterElement(xercesc::DOMElement* element, NqbString* problem);
-    bool bind(xercesc::DOMElement* element, const NqXmlText& prefix, const NqXmlText& uri,
+    bool bind(xercesc::DOMElement* element, const NqXmlText& prefix, const NqXmlText& uri, bool namespaceAware,
               NqbString* problem);
     bool checkText(xercesc::DOMNode* node, const XMLCh* text, NqbString* problem);
     NqXmlText modelBinding(const NqXmlText& prefix) const;
@@ -69,7 +76,11 @@ private:
     xercesc::DOMDocument* m_document;
     NqXMLTranscoder& m_transcoder;
     bool m_checkCharacters;
-    bool m_needsCopy = false;
+    bool m_needsCopy = false;  // a CDATA section must be split
+    bool m_engineDeclaresAll = true;
+    bool m_namespaceAware = false;
+    bool m_plainDeclarations = false;
+    bool m_defaultNamespace = false;  // bound anywhere in the subtree
     xercesc::DOMDocument* m_scratch = nullptr;  // holds the copy
     xercesc::DOMNode* m_copy = nullptr;
     xercesc::DOMNode* m_standIn = nullptr;

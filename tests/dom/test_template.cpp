@@ -95,8 +95,7 @@ TEST(Template, FailuresGiveTheirMessage) {
         // XML 1.1 reads the character; the skeleton, written as XML 1.0, cannot hold it.
         {"<?xml version=\"1.1\"?><r>&#1;${x}</r>",
          "failed: LibXML 348: cannot write text in element \"r\": it holds U+0001, a character XML 1.0 "
-         "cannot "
-         "carry"},
+         "cannot carry"},
         {R"(<r xmlns:p="${u}"/>)",
          "failed: LibXML 1765: the skeleton text and the skeleton document hold different numbers of "
          "variables"},
@@ -123,8 +122,8 @@ TEST(Template, SkeletonTextAndQueriesOutliveTheDocument) {
         EXPECT_TRUE(dom.getErrorMessage().isNull());
     }
     EXPECT_EQ(str(tpl->getSkeleton()),
-              "\r\n<r xmlns:p=\"u1\">lead  tail\r\n\r\n  <nq1ns:a nq1ns:k=\" ${k} \" "
-              "xmlns:nq1ns=\"u2\">${v}</nq1ns:a>\r\n"
+              "\r\n<r xmlns:p=\"u1\">lead  tail\r\n\r\n  <nq1ns:a xmlns:nq1ns=\"u2\" nq1ns:k=\" ${k} "
+              "\">${v}</nq1ns:a>\r\n"
               "\r\n  <b/>\r\n\r\n  <!-- optional -->\r\n\r\n  <c>${C}</c>\r\n\r\n</r>");
     EXPECT_EQ(describeVariables(*tpl), "C=/r/c? k=/r/nq1ns:a/@nq1ns:k v=/r/nq1ns:a?");
     EXPECT_EQ(str(tpl->getVariableXPath("K")) + " " + str(tpl->getVariableXPath("c")),
