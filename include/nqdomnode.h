@@ -126,7 +126,9 @@ public:
 
     // Namespaces, resolved from the xmlns declarations in scope as a loaded
     // document writes them, and from the namespaces given to
-    // startNewDocumentNS, addChildNS and setAttributeValueNS.
+    // startNewDocumentNS, addChildNS and setAttributeValueNS. An element made
+    // with an empty namespace is read as its name is written: in the default
+    // namespace in scope.
     /// The prefix of an element's name; a null string when it has none, for
     /// other kinds and on a null handle.
     NqbString getPrefix() const;

@@ -71,11 +71,12 @@ const XMLCh* boundByNamespacedAttribute(DOMNode* attribute, const XmlText& prefi
 
 // The binding `element` itself makes for `prefix`: its own namespace, or a
 // declaration among its attributes. Null when it makes none.
-// A namespace-aware element without a prefix and without a namespace
-// unbinds the default namespace: it is written with xmlns="".
+// An element made without a namespace binds nothing: like a plain name, it
+// is in the default namespace in scope, as its text reads.
 const XMLCh* boundByName(DOMElement* element, const XmlText& prefix) {
-    if (!element->getLocalName() || !samePrefix(element->getPrefix(), prefix)) return nullptr;
-    return element->getNamespaceURI() ? element->getNamespaceURI() : kUnbound;
+    if (!element->getLocalName() || !element->getNamespaceURI() || !samePrefix(element->getPrefix(), prefix))
+        return nullptr;
+    return element->getNamespaceURI();
 }
 
 const XMLCh* boundByAttribute(DOMNode* attribute, const XmlText& prefix, const XmlText& declaration) {
@@ -178,8 +179,8 @@ NqbString NqDomNode::getNamespaceURI() const {
     NqbString uri;
     if (!onElement()) return uri;
     DOMNode* node = static_cast<DOMNode*>(m_node);
-    const XMLCh* found =
-        node->getLocalName() ? node->getNamespaceURI() : lookup(node, splitName(node->getNodeName()).prefix);
+    const XMLCh* found = node->getNamespaceURI() ? node->getNamespaceURI()
+                                                 : lookup(node, splitName(node->getNodeName()).prefix);
     assignText(m_transcoder, found, &uri);
     return uri;
 }

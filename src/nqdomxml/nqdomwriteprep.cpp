@@ -268,10 +268,12 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
     model.clear();
     m_modelMarks.push_back(m_model.size());
     m_writtenMarks.push_back(m_written.size());
-    if (element->getLocalName()) {
+    // Made without a namespace, an element reads as a plain name.
+    const bool inNamespace = element->getLocalName() && element->getNamespaceURI();
+    m_namespaceAware = m_namespaceAware || element->getLocalName();
+    if (inNamespace) {
         model.push_back({textOf(element->getPrefix()), textOf(element->getNamespaceURI())});
-        m_namespaceAware = true;
-        m_defaultNamespace = m_defaultNamespace || (model.back().prefix.empty() && !model.back().uri.empty());
+        m_defaultNamespace = m_defaultNamespace || model.back().prefix.empty();
     }
     DOMNamedNodeMap* attributes = element->getAttributes();
     const XMLSize_t count = attributes->getLength();
@@ -297,7 +299,7 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
 
     // What each name needs: its own namespace, or what the handles resolve
     // its prefix to.
-    if (element->getLocalName()) {
+    if (inNamespace) {
         if (!bind(element, textOf(element->getPrefix()), textOf(element->getNamespaceURI()), true, problem))
             return false;
     } else {

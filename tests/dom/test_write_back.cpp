@@ -62,12 +62,21 @@ TEST(WriteBack, EditedDocumentsReadBackTheSame) {
              d.getRoot().addChildNS("urn:a", "p:c").addChildNS("urn:b", "p:d");
          },
          "<r xmlns:p=\"urn:a\"><p:c><p:d xmlns:p=\"urn:b\"/></p:c></r>"},
-        {"no namespace under a default one",
+        {"made without a namespace, under a default one",
          [](NqDom& d) {
              d.loadXML("<r xmlns=\"urn:d\"/>");
              d.getRoot().addChildNS("", "c").addChild("e");
+             EXPECT_TRUE(d.getRoot().addChild("f").setAttributeValue("xmlns", ""));
          },
-         "<r xmlns=\"urn:d\"><c xmlns=\"\"><e/></c></r>"},
+         "<r xmlns=\"urn:d\"><c><e/></c><f xmlns=\"\"/></r>"},
+        {"a default namespace declared on a new root",
+         [](NqDom& d) {
+             d.startNewDocument("html");
+             EXPECT_TRUE(d.getRoot().setAttributeValue("xmlns", "http://www.w3.org/1999/xhtml"));
+             d.getRoot().addChildNS("", "body");
+             EXPECT_EQ(str(d.getRoot().getNamespaceURI()), "http://www.w3.org/1999/xhtml");
+         },
+         "<html xmlns=\"http://www.w3.org/1999/xhtml\"><body/></html>"},
         {"plain names under namespace-aware ones",
          [](NqDom& d) {
              d.startNewDocumentNS("urn:a", "a:r");
