@@ -4,11 +4,13 @@
 #define NQDOMNAMESPACES_H
 
 #include <string>
+#include <string_view>
 
 #include <xercesc/dom/DOMElement.hpp>
 #include <xercesc/dom/DOMNode.hpp>
 
 using NqXmlText = std::basic_string<XMLCh>;
+using NqXmlView = std::basic_string_view<XMLCh>;
 
 extern const XMLCh nqXmlnsNamespace[];
 

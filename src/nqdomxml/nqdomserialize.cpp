@@ -104,7 +104,7 @@ NqbString joinRoot(NqDomData* data, bool prettyPrint, NqWritePreparation& prepar
 // UTF-8 text of `target`, or a null string with a message when it would not
 // read back as the same nodes.
 NqbString serializePrepared(NqDomData* data, bool prettyPrint, DOMNode* target) {
-    NqWritePreparation preparation(target, data->m_transcoder);  // undone when the text is made
+    NqWritePreparation preparation(target, data->m_transcoder, false);  // undone when the text is made
     NqbString problem;
     if (!preparation.prepare(&problem)) {
         data->m_errorMessage = problem;
@@ -129,18 +129,26 @@ bool declaredAbove(const DOMNode* target) {
     return false;
 }
 
+// Why the engine refused to write `target`, when it is a character XML 1.0
+// cannot carry; null otherwise.
+NqbString explainRefusal(NqDomData* data, DOMNode* target) {
+    NqWritePreparation preparation(target, data->m_transcoder, true);
+    NqbString problem;
+    return preparation.prepare(&problem) ? NqbString() : problem;
+}
+
 // A document whose edits brought nothing the engine could write wrongly is
-// written by it directly; the engine refuses characters XML 1.0 cannot carry
+// written by it directly. The engine refuses characters XML 1.0 cannot carry
 // everywhere but in CDATA, and only then is the document looked at to say
 // where.
 NqbString serialize(NqDomData* data, bool prettyPrint, DOMNode* target) {
-    if (nqDomWriteCare(target) != 0 || declaredAbove(target)) return serializePrepared(data, prettyPrint, target);
     try {
+        if (nqDomWriteCare(target) != 0 || declaredAbove(target))
+            return serializePrepared(data, prettyPrint, target);
         return writeNode(data, prettyPrint, target);
     } catch (const DOMException&) {
-        NqWritePreparation preparation(target, data->m_transcoder);
-        NqbString problem;
-        if (preparation.prepare(&problem)) throw;
+        const NqbString problem = explainRefusal(data, target);
+        if (problem.isNull()) throw;
         data->m_errorMessage = problem;
         return NqbString();
     }

@@ -5,9 +5,10 @@
 // duration of the write.
 #include "nqdomxml/nqdomwriteprep.h"
 
-#include <cstdint>
 #include <cstdio>
 #include <string>
+
+#include <xercesc/dom/impl/DOMConfigurationImpl.hpp>
 
 #include "nqdommessages.h"
 
@@ -24,17 +25,16 @@ const XMLCh kXmlns[] = u"xmlns";
 const XMLCh kXmlnsColon[] = u"xmlns:";
 const XMLCh kCDataEnd[] = u"]]>";
 
-NqXmlText textOf(const XMLCh* text) {
-    return NqXmlText(text ? text : u"");
+NqXmlView viewOf(const XMLCh* text) {
+    return text ? NqXmlView(text) : NqXmlView();
 }
 
-// The prefix of a name as written; empty when it has none. Most names have
-// none, and are not copied.
-NqXmlText prefixOf(const XMLCh* name) {
+// The prefix of a name as written; empty when it has none.
+NqXmlView prefixOf(const XMLCh* name) {
     const int colon = XMLString::indexOf(name, u':');
     if (colon <= 0 || name[colon + 1] == 0 || XMLString::indexOf(name + colon + 1, u':') >= 0)
-        return NqXmlText();
-    return NqXmlText(name, static_cast<std::size_t>(colon));
+        return NqXmlView();
+    return NqXmlView(name, static_cast<std::size_t>(colon));
 }
 
 // An attribute's value; a parsed one is its single text child, read directly
@@ -47,23 +47,23 @@ const XMLCh* attributeValue(DOMNode* attribute) {
 }
 
 // Prefixes no declaration can change.
-bool reserved(const NqXmlText& prefix) {
+bool reserved(NqXmlView prefix) {
     return prefix == kXml || prefix == kXmlns;
 }
 
-bool isDeclaration(DOMNode* attribute, NqXmlText* prefix) {
+bool isDeclaration(DOMNode* attribute, NqXmlView* prefix) {
     if (attribute->getLocalName()) {
         if (!XMLString::equals(attribute->getNamespaceURI(), nqXmlnsNamespace)) return false;
-        *prefix = attribute->getPrefix() ? textOf(attribute->getLocalName()) : NqXmlText();
+        *prefix = attribute->getPrefix() ? viewOf(attribute->getLocalName()) : NqXmlView();
         return true;
     }
     const XMLCh* name = attribute->getNodeName();
     if (XMLString::equals(name, kXmlns)) {
-        prefix->clear();
+        *prefix = NqXmlView();
         return true;
     }
     if (!XMLString::startsWith(name, kXmlnsColon)) return false;
-    *prefix = textOf(name + 6);
+    *prefix = viewOf(name + 6);
     return true;
 }
 
@@ -108,7 +108,21 @@ bool walkSubtree(DOMNode* top, Enter enter, Leave leave) {
     }
 }
 
-const XMLCh kCareKey[] = u"nqdom-write-care";
+// The marks live in the document's own configuration, in the error-handler
+// slot that only normalizeDocument reads, which the library never calls:
+// user data on the document would make the engine visit every node when
+// the document is released, and the configuration's generic getParameter
+// throws inside for this slot.
+class WriteMark : public xercesc::DOMErrorHandler {
+public:
+    bool handleError(const xercesc::DOMError&) override { return false; }
+};
+WriteMark g_marks[NqWriteCareAll + 1];
+
+// A document's configuration is always the engine's own kind.
+xercesc::DOMConfigurationImpl* configurationOf(xercesc::DOMDocument* document) {
+    return static_cast<xercesc::DOMConfigurationImpl*>(document->getDOMConfig());
+}
 
 xercesc::DOMDocument* documentOf(DOMNode* node) {
     return node->getNodeType() == DOMNode::DOCUMENT_NODE ? static_cast<xercesc::DOMDocument*>(node)
@@ -122,20 +136,25 @@ void nqDomMarkWriteCare(DOMNode* node, unsigned care) {
     if (!document) return;
     const unsigned now = nqDomWriteCare(document);
     if ((now | care) == now) return;
-    document->setUserData(kCareKey, reinterpret_cast<void*>(static_cast<std::uintptr_t>(now | care)), nullptr);
+    configurationOf(document)->setErrorHandler(&g_marks[now | care]);
 }
 
 unsigned nqDomWriteCare(DOMNode* node) {
     xercesc::DOMDocument* document = node ? documentOf(node) : nullptr;
     if (!document) return 0;
-    return static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(document->getUserData(kCareKey)));
+    const xercesc::DOMErrorHandler* mark = configurationOf(document)->getErrorHandler();
+    for (unsigned care = 1; care <= NqWriteCareAll; ++care) {
+        if (mark == static_cast<const xercesc::DOMErrorHandler*>(&g_marks[care])) return care;
+    }
+    return 0;
 }
 
-NqWritePreparation::NqWritePreparation(DOMNode* target, NqXMLTranscoder& transcoder)
+NqWritePreparation::NqWritePreparation(DOMNode* target, NqXMLTranscoder& transcoder, bool everyCharacter)
     : m_target(target),
       m_outside(target->getParentNode()),
       m_transcoder(transcoder),
-      m_checkCharacters(true) {
+      m_checkCharacters(true),
+      m_everyCharacter(everyCharacter) {
     m_document = documentOf(target);
     // XML 1.1 carries other characters; the engine answers for those.
     m_checkCharacters = !XMLString::equals(m_document->getXmlVersion(), u"1.1");
@@ -215,9 +234,9 @@ DOMNode* NqWritePreparation::plainCopy(DOMNode* node) {
             const auto added = m_declarations.find(node);
             if (added == m_declarations.end()) return copy;
             for (const Binding& binding : added->second) {
-                const NqXmlText name =
-                    binding.prefix.empty() ? NqXmlText(kXmlns) : NqXmlText(kXmlnsColon) + binding.prefix;
-                copy->setAttribute(name.c_str(), binding.uri.c_str());
+                const NqXmlText name = binding.prefix.empty() ? NqXmlText(kXmlns)
+                                                              : NqXmlText(kXmlnsColon) + NqXmlText(binding.prefix);
+                copy->setAttribute(name.c_str(), NqXmlText(binding.uri).c_str());
             }
             return copy;
         }
@@ -247,7 +266,7 @@ bool NqWritePreparation::enter(DOMNode* node, NqbString* problem) {
         case DOMNode::TEXT_NODE:
         case DOMNode::COMMENT_NODE:
         case DOMNode::PROCESSING_INSTRUCTION_NODE:
-            return checkText(node, node->getNodeValue(), problem);
+            return !m_everyCharacter || checkText(node, node->getNodeValue(), problem);
         default:
             return true;
     }
@@ -272,27 +291,29 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
     const bool inNamespace = element->getLocalName() && element->getNamespaceURI();
     m_namespaceAware = m_namespaceAware || element->getLocalName();
     if (inNamespace) {
-        model.push_back({textOf(element->getPrefix()), textOf(element->getNamespaceURI())});
+        model.push_back({viewOf(element->getPrefix()), viewOf(element->getNamespaceURI())});
         m_defaultNamespace = m_defaultNamespace || model.back().prefix.empty();
+    } else {
+        m_plainElements = true;
     }
     DOMNamedNodeMap* attributes = element->getAttributes();
     const XMLSize_t count = attributes->getLength();
     for (XMLSize_t i = 0; i < count; ++i) {
         DOMNode* attribute = attributes->item(i);
-        NqXmlText prefix;
+        NqXmlView prefix;
         const bool declaration = isDeclaration(attribute, &prefix);
         if (declaration) {
-            m_defaultNamespace = m_defaultNamespace || prefix.empty();
-            model.push_back({prefix, textOf(attributeValue(attribute))});
+            m_defaultDeclaration = m_defaultDeclaration || prefix.empty();
+            model.push_back({prefix, viewOf(attributeValue(attribute))});
             m_written.push_back(model.back());
         } else if (attribute->getLocalName() && attribute->getPrefix() && attribute->getNamespaceURI()) {
-            model.push_back({textOf(attribute->getPrefix()), textOf(attribute->getNamespaceURI())});
+            model.push_back({viewOf(attribute->getPrefix()), viewOf(attribute->getNamespaceURI())});
         }
         if (attribute->getLocalName())
             m_namespaceAware = true;
         else if (declaration)
             m_plainDeclarations = true;
-        if (!checkText(attribute, attributeValue(attribute), problem)) return false;
+        if (m_everyCharacter && !checkText(attribute, attributeValue(attribute), problem)) return false;
     }
     // Searched from the back, so the first the handles would find goes last.
     m_model.insert(m_model.end(), model.rbegin(), model.rend());
@@ -300,15 +321,15 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
     // What each name needs: its own namespace, or what the handles resolve
     // its prefix to.
     if (inNamespace) {
-        if (!bind(element, textOf(element->getPrefix()), textOf(element->getNamespaceURI()), true, problem))
+        if (!bind(element, viewOf(element->getPrefix()), viewOf(element->getNamespaceURI()), true, problem))
             return false;
     } else {
-        const NqXmlText prefix = prefixOf(element->getNodeName());
+        const NqXmlView prefix = prefixOf(element->getNodeName());
         if (!bind(element, prefix, modelBinding(prefix), false, problem)) return false;
     }
     for (XMLSize_t i = 0; i < count; ++i) {
         DOMNode* attribute = attributes->item(i);
-        NqXmlText prefix;
+        NqXmlView prefix;
         if (isDeclaration(attribute, &prefix)) continue;
         if (attribute->getLocalName()) {
             if (!attribute->getNamespaceURI() || !*attribute->getNamespaceURI()) continue;
@@ -316,7 +337,7 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
                 *problem = NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_UNPREFIXED, describe(attribute).c_str());
                 return false;
             }
-            if (!bind(element, textOf(attribute->getPrefix()), textOf(attribute->getNamespaceURI()), true,
+            if (!bind(element, viewOf(attribute->getPrefix()), viewOf(attribute->getNamespaceURI()), true,
                       problem))
                 return false;
             continue;
@@ -329,35 +350,36 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
 
 // Makes the declarations written at `element` bind `prefix` to `uri`, for a
 // name that is namespace-aware or not.
-bool NqWritePreparation::bind(DOMElement* element, const NqXmlText& prefix, const NqXmlText& uri,
+bool NqWritePreparation::bind(DOMElement* element, NqXmlView prefix, NqXmlView uri,
                               bool namespaceAware, NqbString* problem) {
     if (reserved(prefix)) return true;
     std::size_t found = m_written.size();
     while (found > 0 && m_written[found - 1].prefix != prefix) --found;
-    const NqXmlText current = found > 0 ? m_written[found - 1].uri : NqXmlText();
+    const NqXmlView current = found > 0 ? m_written[found - 1].uri : NqXmlView();
     if (current == uri) return true;
     const bool declaredHere = found > m_writtenMarks.back();
     // A prefix cannot be undeclared in XML 1.0, nor bound twice on one element.
     if (declaredHere || (!prefix.empty() && uri.empty())) {
         *problem =
-            NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_PREFIX, describe(element).c_str(), utf8(prefix.c_str()).c_str());
+            NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_PREFIX, describe(element).c_str(),
+                                     utf8(NqXmlText(prefix).c_str()).c_str());
         return false;
     }
     // A declaration repeated from outside the subtree brings its value along.
-    if (!checkText(element, uri.c_str(), problem)) return false;
+    if (!checkText(element, NqXmlText(uri).c_str(), problem)) return false;
     m_declarations[element].push_back({prefix, uri});
-    // The engine declares a prefixed namespace-aware name's namespace itself.
-    m_engineDeclaresAll = m_engineDeclaresAll && namespaceAware && !uri.empty() && !prefix.empty();
+    // The engine declares a namespace-aware name's namespace itself.
+    m_engineDeclaresAll = m_engineDeclaresAll && namespaceAware && !uri.empty();
     m_written.push_back({prefix, uri});
     return true;
 }
 
 // Bindings from outside the subtree count as the handles see them.
-NqXmlText NqWritePreparation::modelBinding(const NqXmlText& prefix) const {
+NqXmlView NqWritePreparation::modelBinding(NqXmlView prefix) const {
     for (auto binding = m_model.rbegin(); binding != m_model.rend(); ++binding) {
         if (binding->prefix == prefix) return binding->uri;
     }
-    return m_outside ? textOf(nqDomLookupNamespace(m_outside, prefix)) : NqXmlText();
+    return m_outside ? viewOf(nqDomLookupNamespace(m_outside, NqXmlText(prefix))) : NqXmlView();
 }
 
 bool NqWritePreparation::checkText(DOMNode* node, const XMLCh* text, NqbString* problem) {
@@ -371,7 +393,7 @@ bool NqWritePreparation::checkText(DOMNode* node, const XMLCh* text, NqbString* 
 }
 
 DOMNode* NqWritePreparation::splitCData(const XMLCh* text) {
-    const NqXmlText data = textOf(text);
+    const NqXmlText data(text ? text : u"");
     std::size_t end = data.find(kCDataEnd);
     if (end == NqXmlText::npos) return m_scratch->createCDATASection(text);
     DOMNode* pieces = m_scratch->createDocumentFragment();

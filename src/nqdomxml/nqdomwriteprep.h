@@ -27,7 +27,9 @@ unsigned nqDomWriteCare(xercesc::DOMNode* node);
 
 class NqWritePreparation {
 public:
-    NqWritePreparation(xercesc::DOMNode* target, NqXMLTranscoder& transcoder);
+    // Characters XML 1.0 cannot carry are looked for in CDATA sections, which
+    // the engine writes unchecked, and with `everyCharacter` everywhere.
+    NqWritePreparation(xercesc::DOMNode* target, NqXMLTranscoder& transcoder, bool everyCharacter);
     // Puts the document back as it was and frees what was made for the write.
     ~NqWritePreparation();
     NqWritePreparation(const NqWritePreparation&) = delete;
@@ -37,13 +39,15 @@ public:
     // when the subtree cannot be written as XML that reads back the same.
     bool prepare(NqbString* problem);
     // After prepare: whether the target must be written through a copy. The
-    // engine's own fix-up sees only namespace-aware declarations, and adds
-    // those that prefixed namespace-aware names need; with a default
-    // namespace it undeclares it in places of its own choosing. It writes
-    // the tree right when there is none and it adds every declaration.
+    // engine's own fix-up declares what namespace-aware names need, but reads
+    // only prefixed namespace-aware declarations, and undeclares the default
+    // namespace on every element without a namespace. It writes the tree
+    // right when every declaration needed is one it adds, it sees all the
+    // others, and no element without a namespace meets a default namespace.
     bool needsCopy() const {
         return m_needsCopy || !m_engineDeclaresAll ||
-               (m_namespaceAware && (m_plainDeclarations || m_defaultNamespace));
+               (m_namespaceAware &&
+                (m_plainDeclarations || m_defaultDeclaration || (m_defaultNamespace && m_plainElements)));
     }
     // The copy to write: of the target, or of the root when the target is
     // the document; null when the document has no root.
@@ -53,18 +57,19 @@ public:
     bool standInForRoot(const XMLCh* text);
 
 private:
+    // Texts of the document, which stays as it is until the write is done.
     struct Binding {
-        NqXmlText prefix;
-        NqXmlText uri;  // empty: no namespace
+        NqXmlView prefix;
+        NqXmlView uri;  // empty: no namespace
     };
 
     bool enter(xercesc::DOMNode* node, NqbString* problem);
     void leave(xercesc::DOMNode* node);
     bool enterElement(xercesc::DOMElement* element, NqbString* problem);
-    bool bind(xercesc::DOMElement* element, const NqXmlText& prefix, const NqXmlText& uri, bool namespaceAware,
+    bool bind(xercesc::DOMElement* element, NqXmlView prefix, NqXmlView uri, bool namespaceAware,
               NqbString* problem);
     bool checkText(xercesc::DOMNode* node, const XMLCh* text, NqbString* problem);
-    NqXmlText modelBinding(const NqXmlText& prefix) const;
+    NqXmlView modelBinding(NqXmlView prefix) const;
     xercesc::DOMNode* plainCopy(xercesc::DOMNode* node);
     void restoreRoot();
     xercesc::DOMNode* splitCData(const XMLCh* text);
@@ -76,11 +81,14 @@ private:
     xercesc::DOMDocument* m_document;
     NqXMLTranscoder& m_transcoder;
     bool m_checkCharacters;
+    bool m_everyCharacter;
     bool m_needsCopy = false;  // a CDATA section must be split
     bool m_engineDeclaresAll = true;
     bool m_namespaceAware = false;
     bool m_plainDeclarations = false;
-    bool m_defaultNamespace = false;  // bound anywhere in the subtree
+    bool m_defaultNamespace = false;    // an element in one, without a prefix
+    bool m_defaultDeclaration = false;  // xmlns, plain or namespace-aware
+    bool m_plainElements = false;       // elements without a namespace
     xercesc::DOMDocument* m_scratch = nullptr;  // holds the copy
     xercesc::DOMNode* m_copy = nullptr;
     xercesc::DOMNode* m_standIn = nullptr;
