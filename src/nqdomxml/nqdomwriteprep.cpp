@@ -234,8 +234,9 @@ DOMNode* NqWritePreparation::plainCopy(DOMNode* node) {
             const auto added = m_declarations.find(node);
             if (added == m_declarations.end()) return copy;
             for (const Binding& binding : added->second) {
-                const NqXmlText name = binding.prefix.empty() ? NqXmlText(kXmlns)
-                                                              : NqXmlText(kXmlnsColon) + NqXmlText(binding.prefix);
+                const NqXmlText name = binding.prefix.empty()
+                                           ? NqXmlText(kXmlns)
+                                           : NqXmlText(kXmlnsColon) + NqXmlText(binding.prefix);
                 copy->setAttribute(name.c_str(), NqXmlText(binding.uri).c_str());
             }
             return copy;
@@ -350,8 +351,8 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
 
 // Makes the declarations written at `element` bind `prefix` to `uri`, for a
 // name that is namespace-aware or not.
-bool NqWritePreparation::bind(DOMElement* element, NqXmlView prefix, NqXmlView uri,
-                              bool namespaceAware, NqbString* problem) {
+bool NqWritePreparation::bind(DOMElement* element, NqXmlView prefix, NqXmlView uri, bool namespaceAware,
+                              NqbString* problem) {
     if (reserved(prefix)) return true;
     std::size_t found = m_written.size();
     while (found > 0 && m_written[found - 1].prefix != prefix) --found;
@@ -360,8 +361,7 @@ bool NqWritePreparation::bind(DOMElement* element, NqXmlView prefix, NqXmlView u
     const bool declaredHere = found > m_writtenMarks.back();
     // A prefix cannot be undeclared in XML 1.0, nor bound twice on one element.
     if (declaredHere || (!prefix.empty() && uri.empty())) {
-        *problem =
-            NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_PREFIX, describe(element).c_str(),
+        *problem = NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_PREFIX, describe(element).c_str(),
                                      utf8(NqXmlText(prefix).c_str()).c_str());
         return false;
     }

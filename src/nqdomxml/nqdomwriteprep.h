@@ -86,9 +86,9 @@ private:
     bool m_engineDeclaresAll = true;
     bool m_namespaceAware = false;
     bool m_plainDeclarations = false;
-    bool m_defaultNamespace = false;    // an element in one, without a prefix
-    bool m_defaultDeclaration = false;  // xmlns, plain or namespace-aware
-    bool m_plainElements = false;       // elements without a namespace
+    bool m_defaultNamespace = false;            // an element in one, without a prefix
+    bool m_defaultDeclaration = false;          // xmlns, plain or namespace-aware
+    bool m_plainElements = false;               // elements without a namespace
     xercesc::DOMDocument* m_scratch = nullptr;  // holds the copy
     xercesc::DOMNode* m_copy = nullptr;
     xercesc::DOMNode* m_standIn = nullptr;
