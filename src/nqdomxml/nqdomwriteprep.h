@@ -1,7 +1,8 @@
-// Getting a subtree ready for the engine's serializer, which runs without
-// its own namespace fix-up: the declarations the namespace-aware nodes need
-// are added for the write, CDATA sections holding "]]>" are split, and text
-// XML 1.0 cannot carry is refused.
+// Getting a subtree ready for the engine's serializer, whose own namespace
+// fix-up sees only namespace-aware declarations: where it would write a
+// namespace wrongly, a copy without namespaces carrying the declarations the
+// names need is written instead; CDATA sections holding "]]>" are split, and
+// text XML 1.0 cannot carry is refused with the node named.
 #ifndef NQDOMWRITEPREP_H
 #define NQDOMWRITEPREP_H
 
