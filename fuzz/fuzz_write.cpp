@@ -149,6 +149,15 @@ struct Session {
     }
 };
 
+// An edit can move the root into another element, or remove it.
+bool rootless(NqDom& dom) {
+    for (NqDomNode child = dom.getDocumentNode().getFirstChildNode(); !child.null();
+         child = child.getNextSiblingNode()) {
+        if (child.getKind() == NqDomNodeElement) return false;
+    }
+    return true;
+}
+
 // Writes `node` (null: the document) and reads it back.
 void writeAndRead(NqDom& dom, const NqDomNode& node) {
     const NqDomNode top = node.null() ? dom.getDocumentNode() : node;
@@ -158,7 +167,9 @@ void writeAndRead(NqDom& dom, const NqDomNode& node) {
         fuzz::check(treeOutline(top, false) == before, "writing changed the document");
         if (text.isNull()) {
             const std::string message = dom.getErrorMessage().isNull() ? "" : dom.getErrorMessage().asCstr();
-            if (message.rfind("LibXML 348: ", 0) != 0) fuzz::fail("write failed: " + message);
+            const bool explained = message.rfind("LibXML 348: ", 0) == 0 ||
+                                   (message.rfind("LibXML 351: ", 0) == 0 && node.null() && rootless(dom));
+            if (!explained) fuzz::fail("write failed: " + message);
             return;
         }
         NqDom again;

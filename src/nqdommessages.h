@@ -21,6 +21,7 @@ enum NqLibXmlMessage {
     NQ_MSG_WRITE_CHARACTER = 348,      // node, character as U+XXXX
     NQ_MSG_WRITE_PREFIX = 349,         // element, prefix
     NQ_MSG_WRITE_UNPREFIXED = 350,     // attribute
+    NQ_MSG_WRITE_NO_ROOT = 351,        // none
     NQ_MSG_NO_MEMORY = 444,            // none
     NQ_MSG_WRITE_SHORT = 463,          // file name
     NQ_MSG_IMPORT_EXCEPTION = 471,     // exception message

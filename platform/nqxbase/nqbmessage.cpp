@@ -29,6 +29,7 @@ constexpr Message kMessages[] = {
     {"LibXML", 348, "cannot write %s: it holds %s, a character XML 1.0 cannot carry"},
     {"LibXML", 349, "cannot write %s: prefix \"%s\" would be bound to two namespaces, or undeclared"},
     {"LibXML", 350, "cannot write %s: it is in a namespace but has no prefix"},
+    {"LibXML", 351, "cannot write the document: it has no root element"},
     {"LibXML", 444, "out of memory"},
     {"LibXML", 463, "not all of the text could be written to file \"%s\""},
     {"LibXML", 471, "importing a node failed: %s"},

@@ -180,6 +180,12 @@ NqbString NqDom::createXML(bool prettyPrint, const NqDomNode& node) {
         data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_NO_DOCUMENT);
         return NqbString();
     }
+    // Its root removed or moved into another element, a document would be
+    // written as its declaration alone.
+    if (node.null() && !static_cast<DOMDocument*>(target)->getDocumentElement()) {
+        data->m_errorMessage = NQ_LIBXML_MESSAGE(NQ_MSG_WRITE_NO_ROOT);
+        return NqbString();
+    }
     try {
         return serialize(data, prettyPrint, target);
     } catch (const DOMException& e) {

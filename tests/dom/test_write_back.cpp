@@ -120,6 +120,26 @@ TEST(WriteBack, EditedDocumentsReadBackTheSame) {
     }
 }
 
+// A document whose root was removed, or moved into an element outside it,
+// has nothing that could be read back.
+TEST(WriteBack, DocumentWithoutItsRootIsNotWritten) {
+    for (const bool moved : {false, true}) {
+        NqDom dom;
+        ASSERT_TRUE(dom.loadXML("<r><c/></r>"));
+        NqDomNode root = dom.getRoot();
+        if (moved) {
+            NqDomNode outside = dom.importNode(root);
+            EXPECT_FALSE(outside.insertBefore(root, NqDomNode()).null());
+        } else {
+            root.remove();
+        }
+        EXPECT_TRUE(dom.createXML(false).isNull());
+        EXPECT_EQ(str(dom.getErrorMessage()),
+                  "LibXML 351: cannot write the document: it has no root element");
+        EXPECT_EQ(str(dom.createXML(false, dom.getRoot())), "<r><c/></r>");  // the element alone still is
+    }
+}
+
 // A node written alone carries the bindings its names have in the document.
 TEST(WriteBack, NodeWrittenAloneKeepsItsNamespaces) {
     NqDom dom;

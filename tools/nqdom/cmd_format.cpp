@@ -106,16 +106,32 @@ bool indent(NqDom& doc, std::string* out, NqbString* error) {
     std::vector<NqDomNode> children;
     for (NqDomNode child = document.getFirstChildNode(); !child.null(); child = child.getNextSiblingNode())
         children.push_back(child);
-    // Emptied, the document is written as the declaration alone.
-    for (NqDomNode child : children) child.remove();
-    NqbString piece = doc.createXML(false);
-    for (std::size_t i = 0; !piece.isNull(); ++i) {
-        out->append(piece.asCstr(), static_cast<std::size_t>(piece.length())).append("\n");
-        if (i == children.size()) return true;
-        piece = doc.createXML(false, children[i]);
+    // Left with its root alone, the document is written as the declaration
+    // and the root's text; the other pieces are written each on its own.
+    for (NqDomNode child : children) {
+        if (child.getKind() != NqDomNodeElement) child.remove();
     }
-    *error = doc.getErrorMessage();
-    return false;
+    const NqbString whole = doc.createXML(false);
+    if (whole.isNull()) {
+        *error = doc.getErrorMessage();
+        return false;
+    }
+    const std::string text(whole.asCstr(), static_cast<std::size_t>(whole.length()));
+    const std::size_t declared = text.rfind("<?xml", 0) == 0 ? text.find("?>") + 2 : 0;
+    out->append(text, 0, declared).append("\n");
+    for (const NqDomNode& child : children) {
+        if (child.getKind() == NqDomNodeElement) {
+            out->append(text, declared, std::string::npos).append("\n");
+            continue;
+        }
+        const NqbString piece = doc.createXML(false, child);
+        if (piece.isNull()) {
+            *error = doc.getErrorMessage();
+            return false;
+        }
+        out->append(piece.asCstr(), static_cast<std::size_t>(piece.length())).append("\n");
+    }
+    return true;
 }
 
 int streamFormat(const Args& args) {
