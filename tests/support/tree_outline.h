@@ -57,10 +57,11 @@ struct Walk {
         for (NqDomNode child = parent.getFirstChildNode(); !child.null();
              child = child.getNextSiblingNode()) {
             const NqDomNodeKind kind = child.getKind();
-            // Layout white space between texts and sections is pretty printing's too.
+            // Layout white space between sections is pretty printing's too;
+            // inside a run of texts it is the texts' own, as they read back as one.
             if (kind == NqDomNodeText || kind == NqDomNodeCData) {
                 const std::string data = text(child.getText());
-                if (layout && kind == NqDomNodeText && trimmed(data).empty()) continue;
+                if (layout && kind == NqDomNodeText && pendingKind != kind && trimmed(data).empty()) continue;
                 if (pendingKind != kind) flush(depth);
                 pendingKind = kind;
                 pending += data;
