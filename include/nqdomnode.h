@@ -156,7 +156,8 @@ public:
     // and nothing changes.
     /// Moves `child` (a node of the same document, any kind) before
     /// `reference`, a child of this node; a null `reference` appends.
-    /// Returns `child`.
+    /// Returns `child`; a null handle for text moved beside the root, which
+    /// no parser would read back.
     NqDomNode insertBefore(const NqDomNode& child, const NqDomNode& reference);
     /// A new text child holding `text`, before `reference` (a child of this
     /// node) or last when `reference` is null.

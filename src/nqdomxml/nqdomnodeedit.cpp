@@ -91,6 +91,9 @@ NqDomNode NqDomNode::insertBefore(const NqDomNode& child, const NqDomNode& refer
     DOMNode* parent = static_cast<DOMNode*>(m_node);
     DOMNode* before = static_cast<DOMNode*>(reference.m_node);
     if (before && before->getParentNode() != parent) return none;
+    // The engine takes white space beside the root, which no parser reads
+    // back as a node.
+    if (getKind() == NqDomNodeDocument && child.getKind() == NqDomNodeText) return none;
     return placeBefore(parent, static_cast<DOMNode*>(child.m_node), before) ? child : none;
 }
 

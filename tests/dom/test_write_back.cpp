@@ -120,6 +120,16 @@ TEST(WriteBack, EditedDocumentsReadBackTheSame) {
     }
 }
 
+// White space beside the root would be written, but not read back as a node.
+TEST(WriteBack, TextIsNotMovedBesideTheRoot) {
+    NqDom dom;
+    ASSERT_TRUE(dom.loadXML("<r> </r>"));
+    NqDomNode space = dom.getRoot().getFirstChildNode();
+    ASSERT_EQ(space.getKind(), NqDomNodeText);
+    EXPECT_TRUE(dom.getDocumentNode().insertBefore(space, dom.getRoot()).null());
+    EXPECT_EQ(str(dom.createXML(false)), kDeclaration + "<r> </r>");
+}
+
 // A document whose root was removed, or moved into an element outside it,
 // has nothing that could be read back.
 TEST(WriteBack, DocumentWithoutItsRootIsNotWritten) {
