@@ -3,6 +3,7 @@
 #include <xercesc/util/XMLString.hpp>
 
 #include "nqdomnode.h"
+#include "nqdomxml/nqdomenginenodes.h"
 #include "nqdomxml/nqdomnamespaces.h"
 #include "nqdomxml/nqdomwriteprep.h"
 #include "nqdomxmlcopy.h"
@@ -25,16 +26,6 @@ DOMNamedNodeMap* attributeMap(void* node, bool onElement) {
 
 DOMElement* asElement(void* node, bool onElement) {
     return onElement ? static_cast<DOMElement*>(static_cast<DOMNode*>(node)) : nullptr;
-}
-
-// The attribute's value. A parsed value is one text child, read here
-// directly: the engine's own getNodeValue finds that out through a
-// dynamic_cast that costs more than the rest of the read.
-const XMLCh* attributeValue(DOMNode* attribute) {
-    DOMNode* text = attribute->getFirstChild();
-    if (!text) return nullptr;
-    if (!text->getNextSibling() && text->getNodeType() == DOMNode::TEXT_NODE) return text->getNodeValue();
-    return attribute->getNodeValue();
 }
 
 const XMLCh kXmlns[] = u"xmlns";
@@ -84,7 +75,7 @@ void NqDomNode::getAttributeNameValue(int index, NqbString* name, NqbString* val
     }
     DOMNode* attribute = map->item(static_cast<XMLSize_t>(index));
     if (name) m_transcoder->toNqb(attribute->getNodeName(), *name);
-    if (value) m_transcoder->toNqb(attributeValue(attribute), *value);
+    if (value) m_transcoder->toNqb(nqDomAttributeValue(attribute), *value);
 }
 
 NqbString NqDomNode::getAttributeValue(const NqbString& name) const {
@@ -92,7 +83,7 @@ NqbString NqDomNode::getAttributeValue(const NqbString& name) const {
     if (!map) return NqbString();
     DOMNode* attribute = map->getNamedItem(m_transcoder->fromNqb(name));
     if (!attribute) return NqbString();
-    return m_transcoder->toNqb(attributeValue(attribute));
+    return m_transcoder->toNqb(nqDomAttributeValue(attribute));
 }
 
 bool NqDomNode::setAttributeValue(const NqbString& name, const NqbString& value) {

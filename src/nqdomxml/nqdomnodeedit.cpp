@@ -7,6 +7,7 @@
 #include <xercesc/util/XMLString.hpp>
 
 #include "nqdomnode.h"
+#include "nqdomxml/nqdomenginenodes.h"
 #include "nqdomxml/nqdomwriteprep.h"
 #include "nqdomxmlcopy.h"
 #include "nqxmltranscoder.h"
@@ -22,11 +23,6 @@ namespace {
 // Nodes that can take children through the editing members.
 bool takesChildren(NqDomNodeKind kind) {
     return kind == NqDomNodeElement || kind == NqDomNodeDocument;
-}
-
-DOMDocument* documentOf(DOMNode* node) {
-    return node->getNodeType() == DOMNode::DOCUMENT_NODE ? static_cast<DOMDocument*>(node)
-                                                         : node->getOwnerDocument();
 }
 
 // Moves `child` before `reference` (null: last) under `parent`; false when
@@ -102,7 +98,7 @@ NqDomNode NqDomNode::insertBefore(const NqDomNode& child, const NqDomNode& refer
 NqDomNode NqDomNode::addText(const NqbString& text, const NqDomNode& reference) {
     if (getKind() != NqDomNodeElement) return NqDomNode(nullptr, m_transcoder);
     DOMNode* parent = static_cast<DOMNode*>(m_node);
-    return insertBefore(sameDocument(documentOf(parent)->createTextNode(m_transcoder->fromNqb(text))),
+    return insertBefore(sameDocument(nqDomDocumentOf(parent)->createTextNode(m_transcoder->fromNqb(text))),
                         reference);
 }
 
@@ -112,7 +108,7 @@ NqDomNode NqDomNode::addCData(const NqbString& text, const NqDomNode& reference)
     const XMLCh* data = m_transcoder->fromNqb(text);
     if (hasCarriageReturn(data)) return NqDomNode(nullptr, m_transcoder);
     nqDomMarkWriteCare(parent, NqWriteCareCData);
-    return insertBefore(sameDocument(documentOf(parent)->createCDATASection(data)), reference);
+    return insertBefore(sameDocument(nqDomDocumentOf(parent)->createCDATASection(data)), reference);
 }
 
 NqDomNode NqDomNode::addComment(const NqbString& text, const NqDomNode& reference) {
@@ -120,7 +116,7 @@ NqDomNode NqDomNode::addComment(const NqbString& text, const NqDomNode& referenc
     DOMNode* parent = static_cast<DOMNode*>(m_node);
     const XMLCh* data = m_transcoder->fromNqb(text);
     if (!commentCanHold(data)) return NqDomNode(nullptr, m_transcoder);
-    return insertBefore(sameDocument(documentOf(parent)->createComment(data)), reference);
+    return insertBefore(sameDocument(nqDomDocumentOf(parent)->createComment(data)), reference);
 }
 
 NqDomNode NqDomNode::addProcessingInstruction(const NqbString& target, const NqbString& data,
@@ -133,7 +129,7 @@ NqDomNode NqDomNode::addProcessingInstruction(const NqbString& target, const Nqb
         return NqDomNode(nullptr, m_transcoder);
     DOMNode* instruction = nullptr;
     try {
-        instruction = documentOf(parent)->createProcessingInstruction(targetCopy.get(), dataText);
+        instruction = nqDomDocumentOf(parent)->createProcessingInstruction(targetCopy.get(), dataText);
     } catch (const DOMException&) {
         return NqDomNode(nullptr, m_transcoder);  // a target that is not a name
     }
@@ -158,7 +154,7 @@ bool NqDomNode::setText(const NqbString& text) {
             case NqDomNodeElement:
                 removeChildren(node);
                 if (text.length() > 0)
-                    node->appendChild(documentOf(node)->createTextNode(m_transcoder->fromNqb(text)));
+                    node->appendChild(nqDomDocumentOf(node)->createTextNode(m_transcoder->fromNqb(text)));
                 return true;
             default:
                 return false;

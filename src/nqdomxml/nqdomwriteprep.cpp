@@ -11,6 +11,7 @@
 #include <xercesc/dom/impl/DOMConfigurationImpl.hpp>
 
 #include "nqdommessages.h"
+#include "nqdomxml/nqdomenginenodes.h"
 
 using xercesc::DOMAttr;
 using xercesc::DOMElement;
@@ -35,15 +36,6 @@ NqXmlView prefixOf(const XMLCh* name) {
     if (colon <= 0 || name[colon + 1] == 0 || XMLString::indexOf(name + colon + 1, u':') >= 0)
         return NqXmlView();
     return NqXmlView(name, static_cast<std::size_t>(colon));
-}
-
-// An attribute's value; a parsed one is its single text child, read directly
-// because the engine's getNodeValue costs more than the rest of the walk.
-const XMLCh* attributeValue(DOMNode* attribute) {
-    DOMNode* text = attribute->getFirstChild();
-    if (text && !text->getNextSibling() && text->getNodeType() == DOMNode::TEXT_NODE)
-        return text->getNodeValue();
-    return attribute->getNodeValue();
 }
 
 // Prefixes no declaration can change.
@@ -124,15 +116,10 @@ xercesc::DOMConfigurationImpl* configurationOf(xercesc::DOMDocument* document) {
     return static_cast<xercesc::DOMConfigurationImpl*>(document->getDOMConfig());
 }
 
-xercesc::DOMDocument* documentOf(DOMNode* node) {
-    return node->getNodeType() == DOMNode::DOCUMENT_NODE ? static_cast<xercesc::DOMDocument*>(node)
-                                                         : node->getOwnerDocument();
-}
-
 }  // namespace
 
 void nqDomMarkWriteCare(DOMNode* node, unsigned care) {
-    xercesc::DOMDocument* document = node ? documentOf(node) : nullptr;
+    xercesc::DOMDocument* document = node ? nqDomDocumentOf(node) : nullptr;
     if (!document) return;
     const unsigned now = nqDomWriteCare(document);
     if ((now | care) == now) return;
@@ -140,7 +127,7 @@ void nqDomMarkWriteCare(DOMNode* node, unsigned care) {
 }
 
 unsigned nqDomWriteCare(DOMNode* node) {
-    xercesc::DOMDocument* document = node ? documentOf(node) : nullptr;
+    xercesc::DOMDocument* document = node ? nqDomDocumentOf(node) : nullptr;
     if (!document) return 0;
     const xercesc::DOMErrorHandler* mark = configurationOf(document)->getErrorHandler();
     for (unsigned care = 1; care <= NqWriteCareAll; ++care) {
@@ -155,7 +142,7 @@ NqWritePreparation::NqWritePreparation(DOMNode* target, NqXMLTranscoder& transco
       m_transcoder(transcoder),
       m_checkCharacters(true),
       m_everyCharacter(everyCharacter) {
-    m_document = documentOf(target);
+    m_document = nqDomDocumentOf(target);
     // XML 1.1 carries other characters; the engine answers for those.
     m_checkCharacters = !XMLString::equals(m_document->getXmlVersion(), u"1.1");
 }
@@ -305,7 +292,7 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
         const bool declaration = isDeclaration(attribute, &prefix);
         if (declaration) {
             m_defaultDeclaration = m_defaultDeclaration || prefix.empty();
-            model.push_back({prefix, viewOf(attributeValue(attribute))});
+            model.push_back({prefix, viewOf(nqDomAttributeValue(attribute))});
             m_written.push_back(model.back());
         } else if (attribute->getLocalName() && attribute->getPrefix() && attribute->getNamespaceURI()) {
             model.push_back({viewOf(attribute->getPrefix()), viewOf(attribute->getNamespaceURI())});
@@ -314,7 +301,7 @@ bool NqWritePreparation::enterElement(DOMElement* element, NqbString* problem) {
             m_namespaceAware = true;
         else if (declaration)
             m_plainDeclarations = true;
-        if (m_everyCharacter && !checkText(attribute, attributeValue(attribute), problem)) return false;
+        if (m_everyCharacter && !checkText(attribute, nqDomAttributeValue(attribute), problem)) return false;
     }
     // Searched from the back, so the first the handles would find goes last.
     m_model.insert(m_model.end(), model.rbegin(), model.rend());
